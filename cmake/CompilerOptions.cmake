@@ -1,0 +1,22 @@
+# Options for every target of this project.
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(MV_WERROR)
+  add_compile_options(-Werror)
+endif()
+
+# A GNU-unique symbol would keep a closed driver in memory for ever.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
+endif()
+
+if(MV_SANITIZE)
+  add_compile_options(-fsanitize=${MV_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${MV_SANITIZE})
+endif()
+
+# The log's format checks, the shared block's offsets and the record's byte
+# order all assume this.
+if(NOT CMAKE_SIZEOF_VOID_P EQUAL 8)
+  message(FATAL_ERROR "mv_fpi supports 64-bit Linux only")
+endif()
