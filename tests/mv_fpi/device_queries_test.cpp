@@ -101,8 +101,8 @@ TEST_F(QueryTest, TheReadersOwnFailureIsTheResult) {
     const char* fault;
     int code;
   } kCases[] = {
-      {"status 5", -14}, {"marker 17", -14},  {"echo 11", -14},
-      {"crc", -8},       {"length 1025", -3},
+      {"status 5", -14},    {"marker 17", -14},  {"echo 11", -14},
+      {"crc DEADBEEF", -8}, {"length 1025", -3},
   };
   for (const auto& c : kCases) {
     reader_.Run(c.fault);
