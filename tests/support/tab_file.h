@@ -1,0 +1,24 @@
+// Tables of test data: tab-separated fields, records as hex digits.
+#ifndef TESTS_SUPPORT_TAB_FILE_H_
+#define TESTS_SUPPORT_TAB_FILE_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace support {
+
+using Fields = std::vector<std::string>;
+using Bytes = std::vector<uint8_t>;
+
+std::vector<std::string> Split(const std::string& text, char separator);
+
+// One entry a line; empty when the file cannot be read.
+std::vector<Fields> ReadTabFile(const std::string& path);
+
+// The bytes of hex digits, padded with zeros to `least_bytes`.
+Bytes FromHex(const std::string& hex, size_t least_bytes = 0);
+
+}  // namespace support
+
+#endif  // TESTS_SUPPORT_TAB_FILE_H_
