@@ -1,4 +1,5 @@
-// FG_GetTemplate: three presses within one time-out, merged into a template.
+// FG_GetTemplate and FG_TipsGetTemplate: three presses within one time-out,
+// merged into a template. One procedure; the calls differ by a row of data.
 #include <cstring>
 
 #include "MvMatch/MvMatch.h"
@@ -11,6 +12,7 @@
 #include "mv_cmd/frame.h"
 #include "mv_fpi/call_frame.h"
 #include "mv_fpi/deadline.h"
+#include "mv_fpi/prompt_window.h"
 #include "mv_loadso/algorithm_library.h"
 
 namespace {
@@ -21,6 +23,7 @@ using corvex::kLogSource;
 using corvex::kProbeMs;
 using corvex::kSettleMs;
 using corvex::LinkArguments;
+using corvex::PromptWindow;
 using corvex::RunCall;
 using corvex::SetMessage;
 
@@ -40,11 +43,17 @@ struct Variant {
   uint32_t beep_pause_ms;
   int32_t synthesis_failed;
   bool logs_missing_library;
+  bool guided;
 };
 
 // The capture loop brings its own pause, so the frame's is left out.
 constexpr Variant kPlain = {
-    {"FG_GetTemplate", true, false}, kSettleMs, FG_ERR_SYNTHESIS, true};
+    {"FG_GetTemplate", true, false}, kSettleMs, FG_ERR_SYNTHESIS, true, false};
+constexpr Variant kGuided = {{"FG_TipsGetTemplate", true, false},
+                             kProbeMs,
+                             FG_ERR_GUIDED_SYNTHESIS,
+                             false,
+                             true};
 
 // The caller's buffers.
 struct Output {
@@ -70,9 +79,10 @@ class Enrolment {
             const Output& out)
       : variant_(variant), port_(port), deadline_(deadline), out_(out) {}
 
-  int32_t Run() {
-    for (auto& slot : captures_.slots) {
-      const int32_t result = Capture(slot);
+  int32_t Run(int32_t timeout_s) {
+    if (variant_.guided) window_.Open(Name(), timeout_s);
+    for (int32_t press = 0; press < kPresses; ++press) {
+      const int32_t result = Capture(press);
       if (result < 0) return result;
     }
     const int32_t result =
@@ -83,11 +93,11 @@ class Enrolment {
  private:
   const char* Name() const { return variant_.call.name; }
 
-  int32_t Capture(uint8_t* slot) {
-    int32_t result = WaitForFinger();
+  int32_t Capture(int32_t press) {
+    int32_t result = WaitForFinger(press);
     if (result < 0) return result;
     MvSleep(kProbeMs);
-    result = corvex_get_feature(port_, slot, /*encode=*/0);
+    result = corvex_get_feature(port_, captures_.slots[press], /*encode=*/0);
     if (result < 0) {
       MV_LOG("%s 采集指纹模板失败[%d]\n", Name(), result);
       SetMessage(out_.message, "采集指纹模板失败");
@@ -98,13 +108,19 @@ class Enrolment {
     return FG_OK;
   }
 
-  int32_t WaitForFinger() {
+  int32_t WaitForFinger(int32_t press) {
     int32_t probe = kDevNoFinger;
     while (probe == kDevNoFinger) {
       if (deadline_.Passed()) {
         SetMessage(out_.message, "采集指纹模板超时");
         MV_LOG("%s 采集指纹模板超时[%d]\n", Name(), FG_ERR_TIMEOUT);
         return FG_ERR_TIMEOUT;
+      }
+      const int32_t cancelled = window_.AskForPress(press);
+      if (cancelled < 0) {
+        MV_LOG("%s 取消操作[%d]\n", Name(), cancelled);
+        SetMessage(out_.message, "取消采集指纹模板");
+        return FG_ERR_CANCELLED;
       }
       MvSleep(kProbeMs);
       probe = corvex_get_check(port_);
@@ -184,21 +200,33 @@ class Enrolment {
   const int32_t port_;
   const Deadline& deadline_;
   const Output out_;
+  PromptWindow window_;
   Captures captures_;
   Template template_;
 };
+
+int32_t Enrol(const Variant& variant, const LinkArguments& link,
+              int32_t timeout_s, const Output& out) {
+  const Deadline deadline(timeout_s);
+  const bool arguments_ok = timeout_s >= 0 && out.tmpl != nullptr &&
+                            out.tmpl_len != nullptr && out.message != nullptr;
+  return RunCall(
+      variant.call, link, out.message, arguments_ok, [&](int32_t port) {
+        return Enrolment(variant, port, deadline, out).Run(timeout_s);
+      });
+}
 
 }  // namespace
 
 int FG_GetTemplate(const char* port, const char* bp_select, int link_speed,
                    int timeout_s, char* tmpl, int* tmpl_len, char* message) {
-  const Deadline deadline(timeout_s);
-  const bool arguments_ok = timeout_s >= 0 && tmpl != nullptr &&
-                            tmpl_len != nullptr && message != nullptr;
-  return RunCall(kPlain.call, LinkArguments{port, bp_select, link_speed},
-                 message, arguments_ok, [&](int32_t fd) {
-                   return Enrolment(kPlain, fd, deadline,
-                                    Output{tmpl, tmpl_len, message})
-                       .Run();
-                 });
+  return Enrol(kPlain, LinkArguments{port, bp_select, link_speed}, timeout_s,
+               Output{tmpl, tmpl_len, message});
+}
+
+int FG_TipsGetTemplate(const char* port, const char* bp_select, int link_speed,
+                       int timeout_s, char* tmpl, int* tmpl_len,
+                       char* message) {
+  return Enrol(kGuided, LinkArguments{port, bp_select, link_speed}, timeout_s,
+               Output{tmpl, tmpl_len, message});
 }

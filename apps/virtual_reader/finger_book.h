@@ -1,0 +1,33 @@
+// Which record each press of each finger gives.
+#ifndef APPS_VIRTUAL_READER_FINGER_BOOK_H_
+#define APPS_VIRTUAL_READER_FINGER_BOOK_H_
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "virtual_reader/bytes.h"
+
+namespace corvex::vreader {
+
+// Fingers are named by a text, mostly a number; impressions count from 1.
+class FingerBook {
+ public:
+  // A record of the reader's own making, also one that no reader would give.
+  void Add(const std::string& finger, int impression, Bytes record);
+
+  // Nothing for a finger, or an impression of it, that the book does not hold.
+  // Impression 0 stands for the first one.
+  std::optional<Bytes> Find(const std::string& finger, int impression) const;
+
+  // The impression that follows; after the last one comes the first again.
+  int Following(const std::string& finger, int impression) const;
+
+ private:
+  std::map<std::string, std::map<int, Bytes>> records_;
+};
+
+}  // namespace corvex::vreader
+
+#endif  // APPS_VIRTUAL_READER_FINGER_BOOK_H_
