@@ -307,6 +307,8 @@ void VirtualReader::Write(std::string_view text) const {
 
 // What was sent before a hang-up must reach the host: a hang-up drops it.
 void VirtualReader::AwaitHostRead() const {
+  // A written byte takes a moment to get across; until then nothing is unread.
+  SleepUntil(steady_clock::now() + milliseconds(20));
   const TimePoint give_up = steady_clock::now() + kPatience;
   while (terminal_.HostHasUnread() && steady_clock::now() < give_up &&
          SleepUntil(steady_clock::now() + milliseconds(1))) {
