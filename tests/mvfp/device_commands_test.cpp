@@ -21,8 +21,8 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-support::Bytes BytesOf(const std::string& text) {
-  support::Bytes bytes(text.size());
+std::vector<uint8_t> BytesOf(const std::string& text) {
+  std::vector<uint8_t> bytes(text.size());
   const int count =
       DecodeB64(bytes.data(), text.data(), static_cast<int>(text.size()));
   bytes.resize(static_cast<size_t>(count));
@@ -71,6 +71,10 @@ struct Situation {
   const char* out;               // the whole text, as a regular expression
   std::vector<std::string> err;  // each is somewhere on standard error
 };
+
+void PrintTo(const Situation& situation, std::ostream* out) {
+  *out << situation.name;
+}
 
 const std::vector<Situation>& Situations() {
   static const std::vector<Situation> kSituations = {
@@ -149,7 +153,7 @@ TEST_P(SituationTest, GivesResultAndAdviceAndExitCode) {
   const Finished run = RunTool(With(situation.arguments));
   EXPECT_EQ(situation.exit_code, run.exit_code) << run.err;
   EXPECT_TRUE(std::regex_match(run.out, std::regex(situation.out))) << run.out;
-  if (situation.err.empty()) EXPECT_EQ("", run.err);
+  EXPECT_EQ(situation.err.empty(), run.err.empty()) << run.err;
   for (const std::string& text : situation.err) {
     EXPECT_NE(std::string::npos, run.err.find(text)) << run.err;
   }
@@ -173,7 +177,7 @@ TEST_P(SituationTest, GivesOneJsonObject) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, SituationTest, testing::ValuesIn(Situations()),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 TEST_F(ToolTest, TheCaptureIsTheReadersRecordAndMatchesTheEnrolment) {
   reader_.Run("press anna");

@@ -60,6 +60,8 @@ struct BadInput {
   std::string err;
 };
 
+void PrintTo(const BadInput& input, std::ostream* out) { *out << input.name; }
+
 class BadInputTest : public testing::TestWithParam<BadInput> {};
 
 TEST_P(BadInputTest, IsAUsageErrorWithItsReason) {
@@ -99,7 +101,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"ShortText",
                  {"match", SampleRecord(9), "EgAA"},
                  "4 characters: too short"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 struct Malformed {
   const char* name;
@@ -107,6 +109,10 @@ struct Malformed {
   int exit_code;
   const char* err;
 };
+
+void PrintTo(const Malformed& record, std::ostream* out) {
+  *out << record.name;
+}
 
 class MalformedTest : public testing::TestWithParam<Malformed> {};
 
@@ -142,7 +148,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "note: character 13: an incomplete group of four"},
         Malformed{"TooShortToCompare", "EgAA", 0,
                   "note: text: 4 characters: too short"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 TEST(InspectCommand, TheTableShowsEveryField) {
   const Finished run = RunTool({"inspect", "120702ff006701640080 67c8e4"});

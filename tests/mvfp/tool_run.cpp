@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <random>
 
 #include "mv_base/base64.h"
 #include "support/temp_file.h"
@@ -95,10 +96,13 @@ std::string ToolRun::ReadError() {
   return terminal_text_;
 }
 
+std::string ToolRun::Output() const {
+  return support::ReadFile(directory_ + "/out");
+}
+
 bool ToolRun::WaitForOutput(const std::string& text) {
   for (int i = 0; i < kPatience; ++i) {
-    const std::string out = support::ReadFile(directory_ + "/out");
-    if (out.find(text) != std::string::npos) return true;
+    if (Output().find(text) != std::string::npos) return true;
     poll(nullptr, 0, 50);
   }
   return false;
@@ -119,7 +123,7 @@ Finished ToolRun::Wait() {
   Finished finished;
   if (WIFEXITED(status)) finished.exit_code = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) finished.signal = WTERMSIG(status);
-  finished.out = support::ReadFile(directory_ + "/out");
+  finished.out = Output();
   finished.err = ReadError();
   return finished;
 }
@@ -129,15 +133,19 @@ Finished RunTool(const std::vector<std::string>& arguments,
   return ToolRun(arguments, input).Wait();
 }
 
-std::string SampleRecord(int count, int seed) {
+std::string SampleRecord(int count, unsigned seed) {
+  std::mt19937 random(seed);
+  const auto below = [&](unsigned limit) {
+    return static_cast<unsigned>(random() % limit);
+  };
   std::vector<uint8_t> record = {0x12, 0, static_cast<uint8_t>(count)};
   for (int i = 0; i < count; ++i) {
-    const int direction = (i * 47 + seed * 13) % 360;
-    record.push_back(static_cast<uint8_t>(20 + (i * 37 + seed * 5) % 215));
-    record.push_back(static_cast<uint8_t>(20 + (i * 91 + seed * 71) % 215));
-    record.push_back(static_cast<uint8_t>(direction));
-    record.push_back(static_cast<uint8_t>(direction >> 8 | 50 << 1));
-    record.push_back(0);
+    const unsigned direction = below(360);
+    for (const unsigned byte :
+         {20 + below(215), 20 + below(215), direction & 0xFF,
+          direction >> 8 | 50 << 1, below(2) << 7}) {
+      record.push_back(static_cast<uint8_t>(byte));
+    }
   }
   std::string text(record.size() * 2 + 8, '\0');
   const int length =

@@ -32,6 +32,9 @@ class ToolRun {
 
   void Signal(int number) const;
 
+  // What is on standard output by now.
+  std::string Output() const;
+
   // Waits until standard output, or error on a terminal, holds the text. False
   // when it still does not after a generous while.
   bool WaitForOutput(const std::string& text);
@@ -51,7 +54,7 @@ class ToolRun {
 Finished RunTool(const std::vector<std::string>& arguments,
                  const std::string& input = "");
 
-// A record with `count` minutiae along a spiral, as Base64.
-std::string SampleRecord(int count, int seed = 1);
+// A record with `count` minutiae, as Base64; another one for each seed.
+std::string SampleRecord(int count, unsigned seed = 1);
 
 #endif  // TESTS_MVFP_TOOL_RUN_H_
