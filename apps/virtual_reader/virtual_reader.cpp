@@ -74,8 +74,8 @@ VirtualReader::~VirtualReader() {
   thread_.join();
 }
 
-void VirtualReader::Run(std::string_view text) {
-  const Script script = ParseScript(text);
+void VirtualReader::Run(std::string_view text, int first_line) {
+  const Script script = ParseScript(text, first_line);
   if (!script.errors.empty()) {
     throw std::invalid_argument(script.errors.front());
   }
