@@ -43,9 +43,12 @@ void SitOut() {
   }
 }
 
-// Qt's way to say that there is no display; it would abort the program.
+// A fatal message is Qt's way to say that there is no display; it would abort
+// the program. Warnings are for Qt's developers, and this is the host's error
+// stream.
 void OnMessage(QtMsgType type, const QMessageLogContext&,
                const QString& message) {
+  if (type != QtCriticalMsg && type != QtFatalMsg) return;
   fprintf(stderr, "cx_capdlg: %s\n", qPrintable(message));
   if (type != QtFatalMsg) return;
   fputs("cx_capdlg: no window; the enrolment goes on without one\n", stderr);

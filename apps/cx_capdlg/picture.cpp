@@ -31,8 +31,10 @@ bool IsBmp(const uint8_t* data, size_t len_bytes) {
   if (bits != 8 && bits != 24 && bits != 32) return false;
   if (!IsSide(width) || !IsSide(height)) return false;
   if (colours < 0 || colours > 256) return false;
+  const int64_t palette_bytes =
+      bits == 8 ? (colours == 0 ? 256 : colours) * 4 : 0;
   const int64_t row_bytes = (width * bits + 31) / 32 * 4;
-  return pixels_at >= static_cast<int64_t>(kHeadBytes) &&
+  return pixels_at >= static_cast<int64_t>(kHeadBytes) + palette_bytes &&
          pixels_at + row_bytes * height <= static_cast<int64_t>(len_bytes);
 }
 

@@ -16,7 +16,7 @@ constexpr int kPollsPerWatch = 10;
 constexpr int kItemsPerPoll = 3;
 
 // The driver may still read the last press and merge after its time is up.
-constexpr seconds kExpiryMargin{20};
+constexpr seconds kExpiryMargin{10};
 
 }  // namespace
 

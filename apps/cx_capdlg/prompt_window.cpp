@@ -82,7 +82,9 @@ PromptWindow::PromptWindow(double scale)
   cancel_->setFont(PixelFont(font(), 20 * scale, false));
   cancel_->setMinimumSize(static_cast<int>(160 * scale),
                           static_cast<int>(52 * scale));
-  cancel_->setFocusPolicy(Qt::TabFocus);
+  // A stray blank or a bar-code scanner's Return must not press the button.
+  setFocusPolicy(Qt::StrongFocus);
+  setFocus();
   cancel_->setAccessibleName(tr("取消采集"));
   connect(cancel_, &QPushButton::clicked, this, &QWidget::close);
   if (session_.TimeoutSeconds() > 0) {
