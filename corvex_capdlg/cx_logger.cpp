@@ -63,7 +63,7 @@ std::string log_get_app_path(int32_t part) {
   char buffer[260] = {};
   const ssize_t len = readlink("/proc/self/exe", buffer, sizeof buffer);
   if (len < 0) return "";
-  const std::string path(buffer, static_cast<size_t>(len));
+  std::string path(buffer, static_cast<size_t>(len));
   const size_t name = path.rfind('/') + 1;
   if (part == kAppDirectory) return path.substr(0, name);
   if (part == kAppFileName) return path.substr(name);

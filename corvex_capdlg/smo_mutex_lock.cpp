@@ -2,29 +2,16 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <ctime>
 
+#include "mv_base/lock_file.h"
+
 namespace {
 
-constexpr int kLockFileMode = 0666;
 constexpr useconds_t kRetryPauseUs = 10000;
-
-// Close-on-exec, or a prompt program would inherit the lock. Neither a link
-// nor a pipe that somebody left at the path is followed or waited for.
-int OpenLockFile(const char* path) {
-  const bool missing = access(path, F_OK) != 0;
-  const int file = open(
-      path,
-      O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | (missing ? O_CREAT : 0),
-      kLockFileMode);
-  // The other side may be another user, whatever this one's umask says.
-  if (file >= 0 && missing) fchmod(file, kLockFileMode);
-  return file;
-}
 
 // 0 stands for "not held", and a host that closed its input would get it.
 int AvoidZero(int file) {
@@ -61,7 +48,7 @@ int32_t CxMutexCls::mutex_uninit() { return 0; }
 int32_t CxMutexCls::priMutexLock_linux() {
   int32_t start_mark = 0;
   priMutexUnLock_linux();
-  const int file = AvoidZero(OpenLockFile(name_.c_str()));
+  const int file = AvoidZero(corvex::OpenLockFile(name_.c_str()));
   if (file < 0) return -1;
   while (flock(file, LOCK_EX | LOCK_NB) != 0) {
     const int reason = errno;

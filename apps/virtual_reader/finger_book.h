@@ -2,7 +2,6 @@
 #ifndef APPS_VIRTUAL_READER_FINGER_BOOK_H_
 #define APPS_VIRTUAL_READER_FINGER_BOOK_H_
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,13 +10,17 @@
 
 namespace corvex::vreader {
 
-// Fingers are named by a text, mostly a number; impressions count from 1.
+// Fingers are named by a text, mostly a number; impressions count from 1. A
+// number that was not added is a synthetic finger, with impressions without
+// end, unless the book is to hold added records only.
 class FingerBook {
  public:
-  // A record of the reader's own making, also one that no reader would give.
+  static FingerBook OfAddedOnly();
+
+  // A record of any kind, also one that no reader would give.
   void Add(const std::string& finger, int impression, Bytes record);
 
-  // Nothing for a finger, or an impression of it, that the book does not hold.
+  // Nothing for a finger, or an impression of it, that the book does not have.
   // Impression 0 stands for the first one.
   std::optional<Bytes> Find(const std::string& finger, int impression) const;
 
@@ -26,6 +29,7 @@ class FingerBook {
 
  private:
   std::map<std::string, std::map<int, Bytes>> records_;
+  bool has_synthetic_ = true;
 };
 
 }  // namespace corvex::vreader

@@ -1,11 +1,11 @@
 #include "virtual_reader/script.h"
 
-#include <algorithm>
-#include <charconv>
 #include <functional>
 #include <limits>
 #include <map>
 #include <stdexcept>
+
+#include "virtual_reader/text.h"
 
 namespace corvex::vreader {
 namespace {
@@ -22,42 +22,13 @@ class ScriptError : public std::runtime_error {
   throw ScriptError("'" + token + "': " + problem);
 }
 
-std::vector<std::string_view> Split(std::string_view text, char separator) {
-  std::vector<std::string_view> parts;
-  while (true) {
-    const size_t end = text.find(separator);
-    parts.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) return parts;
-    text.remove_prefix(end + 1);
-  }
-}
-
-Words SplitWords(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r";
-  Words words;
-  while (true) {
-    const size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos) return words;
-    text.remove_prefix(begin);
-    const size_t end = std::min(text.find_first_of(kBlanks), text.size());
-    words.emplace_back(text.substr(0, end));
-    text.remove_prefix(end);
-  }
-}
-
-// Decimal, or hexadecimal behind "0x".
 uint32_t Number(const std::string& token, uint32_t least, uint32_t most) {
-  const bool hex = token.rfind("0x", 0) == 0;
-  const char* const begin = token.data() + (hex ? 2 : 0);
-  const char* const end = token.data() + token.size();
-  uint32_t value = 0;
-  const auto read = std::from_chars(begin, end, value, hex ? 16 : 10);
-  if (read.ec != std::errc() || read.ptr != end || value < least ||
-      value > most) {
+  const auto value = ParseNumber(token);
+  if (!value || *value < least || *value > most) {
     Fail(token, "expected a number from " + std::to_string(least) + " to " +
                     std::to_string(most));
   }
-  return value;
+  return *value;
 }
 
 constexpr uint32_t kMaxTime = 24 * 3600 * 1000;

@@ -29,15 +29,10 @@ class Timeline {
   bool Quit() const { return quit_; }
 
  private:
-  bool Carry(const PressStep& step, Device* device, TimePoint now);
-  bool Carry(const LiftStep& step, Device* device, TimePoint now);
-  bool Carry(const WaitStep& step, Device* device, TimePoint now);
-  bool Carry(const WaitForStep& step, Device* device, TimePoint now);
-  bool Carry(const FaultStep& step, Device* device, TimePoint now);
-  bool Carry(const VersionStep& step, Device* device, TimePoint now);
-  bool Carry(const SerialStep& step, Device* device, TimePoint now);
-  bool Carry(const UnplugStep& step, Device* device, TimePoint now);
-  bool Carry(const QuitStep& step, Device* device, TimePoint now);
+  // Each is true when the step is done.
+  bool Carry(const Step& step, Device* device, TimePoint now);
+  bool HasPassed(const WaitStep& step, TimePoint now);
+  bool HasHappened(const WaitForStep& step, const Tally& tally);
 
   std::deque<Step> steps_;
   std::optional<TimePoint> due_;

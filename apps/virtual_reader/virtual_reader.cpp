@@ -74,8 +74,8 @@ VirtualReader::~VirtualReader() {
   thread_.join();
 }
 
-void VirtualReader::Run(std::string_view text) {
-  const Script script = ParseScript(text);
+void VirtualReader::Run(std::string_view text, int first_line) {
+  const Script script = ParseScript(text, first_line);
   if (!script.errors.empty()) {
     throw std::invalid_argument(script.errors.front());
   }
@@ -307,6 +307,8 @@ void VirtualReader::Write(std::string_view text) const {
 
 // What was sent before a hang-up must reach the host: a hang-up drops it.
 void VirtualReader::AwaitHostRead() const {
+  // A written byte takes a moment to get across; until then nothing is unread.
+  SleepUntil(steady_clock::now() + milliseconds(20));
   const TimePoint give_up = steady_clock::now() + kPatience;
   while (terminal_.HostHasUnread() && steady_clock::now() < give_up &&
          SleepUntil(steady_clock::now() + milliseconds(1))) {

@@ -41,7 +41,7 @@ struct Options {
   int baud = 0;  // 0: as fast as possible
   Bytes version = {2, 15};
   std::string serial = "CX1206A0001900004711202600000042";
-  FingerBook fingers;
+  FingerBook fingers;  // without more ado: all the synthetic ones
   // Called from the reader's thread; must not call the reader.
   std::function<void(const Transfer&)> on_transfer;
   std::function<void(const std::string&)> on_error;
@@ -77,8 +77,9 @@ class VirtualReader {
 
   // Adds script lines behind those that are not done yet. Throws
   // std::invalid_argument, and adds none, when one has an error or names a
-  // finger that the reader does not have.
-  void Run(std::string_view script);
+  // finger that the reader does not have. For messages, lines count from
+  // `first_line`.
+  void Run(std::string_view script, int first_line = 1);
 
   // From now on this text, to the last character, gets the exchange's answer
   // and is no error whatever it is. Replaces an earlier one for the same text.

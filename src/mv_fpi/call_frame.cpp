@@ -12,15 +12,13 @@ void SetMessage(char* message, const char* text) {
   if (message != nullptr) snprintf(message, FG_MESSAGE_BYTES, "%s", text);
 }
 
-bool AcceptArguments(const CallTraits& call, const LinkArguments& link,
-                     bool own_arguments_ok) {
+void LogStart(const CallTraits& call) {
   if (call.logs_start) MV_LOG("%s 开始...\n", call.name);
-  if (own_arguments_ok && link.port != nullptr && link.bp_select != nullptr &&
-      link.speed == FG_LINK_SPEED) {
-    return true;
-  }
+}
+
+int32_t RefuseArguments(const CallTraits& call) {
   MV_LOG("%s 参数错误[%d]\n\n", call.name, FG_ERR_ARGUMENT);
-  return false;
+  return FG_ERR_ARGUMENT;
 }
 
 int32_t FailOpen(const CallTraits& call, char* message) {

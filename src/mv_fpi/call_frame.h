@@ -30,6 +30,10 @@ struct LinkArguments {
   const char* port;
   const char* bp_select;
   int32_t speed;
+
+  bool Valid() const {
+    return port != nullptr && bp_select != nullptr && speed == FG_LINK_SPEED;
+  }
 };
 
 // Lock and port of one call; the order of taking and giving back is the
@@ -60,8 +64,8 @@ class CallScope {
 void SetMessage(char* message, const char* text);
 
 // The frame's steps, for RunCall.
-bool AcceptArguments(const CallTraits& call, const LinkArguments& link,
-                     bool own_arguments_ok);
+void LogStart(const CallTraits& call);
+int32_t RefuseArguments(const CallTraits& call);
 int32_t FailOpen(const CallTraits& call, char* message);
 int32_t ReachReader(const CallTraits& call, int32_t port, const char* bp_select,
                     char* message);
@@ -72,7 +76,8 @@ void LogEnd(const CallTraits& call, int32_t result);
 template <typename Work>
 int32_t RunCall(const CallTraits& call, const LinkArguments& link,
                 char* message, bool own_arguments_ok, const Work& work) {
-  if (!AcceptArguments(call, link, own_arguments_ok)) return FG_ERR_ARGUMENT;
+  LogStart(call);
+  if (!own_arguments_ok || !link.Valid()) return RefuseArguments(call);
   int32_t result = 0;
   {
     const CallScope scope(link.port);

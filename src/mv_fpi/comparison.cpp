@@ -38,9 +38,7 @@ int32_t Decide(int32_t score, const int32_t* thresholds, int32_t level) {
 
 int32_t CompareInLibrary(const Record& first, const Record& second,
                          int32_t level) {
-  if (mv_check_alg() < 0 && cx_load_ga_so(kAlgorithmLibraryFile) < 0) {
-    return FG_ERR_NO_LIBRARY;
-  }
+  if (corvex::ReadyAlgorithmLibrary() < 0) return FG_ERR_NO_LIBRARY;
   // Deliberate: the library takes the records the other way round.
   const int32_t score = MvViewMatch(second.bytes, first.bytes, 0, 0);
   return Decide(score, kLibraryThresholds, level);

@@ -24,7 +24,7 @@ int32_t QueryVersion(int32_t port, char* version) {
     MV_LOG("%s 获取设备版本信息失败[%d]\n", kVersionCall.name, result);
     return result;
   }
-  std::strcpy(version, text);
+  std::memcpy(version, text, static_cast<size_t>(result) + 1);
   return FG_OK;
 }
 

@@ -161,7 +161,7 @@ class Enrolment {
   }
 
   int32_t SynthesiseInLibrary() {
-    if (mv_check_alg() < 0 && cx_load_ga_so(kAlgorithmLibraryFile) < 0) {
+    if (corvex::ReadyAlgorithmLibrary() < 0) {
       if (variant_.logs_missing_library) {
         MV_LOG("%s 加载动态库失败[%d]\n", Name(), FG_ERR_NO_LIBRARY);
       }

@@ -51,8 +51,9 @@ int32_t ReadFeature(int32_t port, const Output& out) {
     SetMessage(out.message, "采集指纹特征失败");
     return result;
   }
-  std::strcpy(out.feature, text);
-  *out.feature_len = static_cast<int>(std::strlen(text));
+  const size_t length = std::strlen(text);
+  std::memcpy(out.feature, text, length + 1);
+  *out.feature_len = static_cast<int>(length);
   MvSleep(kSettleMs);
   corvex_set_beep(port, 0);
   SetMessage(out.message, "采集指纹特征成功");

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <mutex>
 
@@ -99,15 +100,30 @@ int32_t BindAndBringUp() {
   return BringUp();
 }
 
+bool IsReady() {
+  return g_ga_so_handle != nullptr && g_ga_alg_handle != nullptr &&
+         g_is_ga_alg_ok >= 0;
+}
+
 }  // namespace
 
 int32_t ReadyAlgorithmLibrary() {
   static std::mutex loading;
+  static std::atomic<uint32_t> failures{0};
+  static int32_t last_failure = 0;
+  const uint32_t failures_before = failures;
   const std::lock_guard<std::mutex> lock(loading);
-  if (mv_check_alg() >= 0) return kAlgReady;
+  if (IsReady()) return kAlgReady;
+  // Another thread has just failed, while this one waited for it.
+  if (failures != failures_before) return last_failure;
   // Deliberate: twice. The library may need a reader that is just being
   // connected.
-  return cx_load_ga_so(kAlgorithmLibraryFile);
+  int32_t result = mv_check_alg();
+  if (result < 0) result = cx_load_ga_so(kAlgorithmLibraryFile);
+  if (result >= 0) return kAlgReady;
+  last_failure = result;
+  ++failures;
+  return result;
 }
 
 }  // namespace corvex
@@ -125,9 +141,7 @@ int32_t cx_load_ga_so(const char* file_name) {
 }
 
 int32_t mv_check_alg() {
-  const bool ready = g_ga_so_handle != nullptr && g_ga_alg_handle != nullptr &&
-                     g_is_ga_alg_ok >= 0;
-  return ready ? kAlgReady : cx_load_ga_so(kAlgorithmLibraryFile);
+  return corvex::IsReady() ? kAlgReady : cx_load_ga_so(kAlgorithmLibraryFile);
 }
 
 int32_t cx_free_ga_so() {

@@ -41,9 +41,10 @@ int32_t cx_free_ga_so();
 namespace corvex {
 
 // What a call does before it uses an entry point: checks, and loads once more
-// when the check failed. Safe from many threads at once: a library that is
-// ready is never reloaded, so it stays for as long as the driver does. 0, or
-// the negative code of the second load.
+// when the check failed. Safe from many threads at once: one of them loads, the
+// others wait and share its result, and a library that is ready is never
+// reloaded under a thread that uses it. 0, or the negative code of the second
+// load.
 int32_t ReadyAlgorithmLibrary();
 
 }  // namespace corvex

@@ -101,8 +101,8 @@ TEST_F(QueryTest, TheReadersOwnFailureIsTheResult) {
     const char* fault;
     int code;
   } kCases[] = {
-      {"status 5", -14}, {"marker 17", -14},  {"echo 11", -14},
-      {"crc", -8},       {"length 1025", -3},
+      {"status 5", -14},    {"marker 17", -14},  {"echo 11", -14},
+      {"crc 0xDEADBEEF", -8}, {"length 1025", -3},
   };
   for (const auto& c : kCases) {
     reader_.Run(c.fault);
@@ -122,7 +122,7 @@ TEST_F(QueryTest, AReaderThatFallsSilentCostsTenSecondsAndTheCall) {
 }
 
 TEST_F(QueryTest, APortThatVanishesInMidReplyEndsTheCallAtOnce) {
-  reader_.Run("hang-up 9");
+  reader_.Run("hang-up 4");
   EXPECT_EQ(-14, FG_GetDevVersion(Port(), "", 9600, version_));
   ExpectEvery(-3, Port());
   unplugged_ = true;

@@ -141,7 +141,7 @@ TEST_F(EnrolmentTest, AFailureOfTheReaderEndsTheCall) {
   EXPECT_EQ(-14, Enrol());
   EXPECT_EQ('#', message_[0]);
   reader_.Press(Record(30));
-  reader_.Run("crc on capture");
+  reader_.Run("crc 0xDEADBEEF on capture");
   EXPECT_EQ(-8, Enrol());
   EXPECT_STREQ("采集指纹模板失败", message_);
   EXPECT_TRUE(Logged("FG_GetTemplate 采集指纹模板失败[-8]"));

@@ -289,16 +289,34 @@ TEST_F(Loader, ACallThatNeedsAMissingLibraryTriesTwice) {
   EXPECT_EQ(1, site_.CountCalls("MvViewDinit"));
 }
 
-TEST_F(Loader, ThreadsThatNeedTheLibraryAtOnceLoadItOnce) {
+class LoaderThreads : public Loader {
+ protected:
+  // What each of eight threads is told that need the library at once.
+  std::vector<int32_t> ReadyInEightThreads() const {
+    std::vector<int32_t> results(8, 1);
+    std::vector<std::thread> threads;
+    for (int32_t& result : results) {
+      threads.emplace_back([&] { result = probe_->ready(); });
+    }
+    for (auto& thread : threads) thread.join();
+    return results;
+  }
+};
+
+TEST_F(LoaderThreads, ThatNeedTheLibraryAtOnceLoadItOnce) {
   LoadDriver();
   site_.InstallDouble();
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] { EXPECT_EQ(0, probe_->ready()); });
-  }
-  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(std::vector<int32_t>(8, 0), ReadyInEightThreads());
   EXPECT_EQ(1, site_.CountCalls("MvViewDinit"));
   EXPECT_EQ(0, site_.CountCalls("MvViewDexit"));
+}
+
+TEST_F(LoaderThreads, DoNotEachWaitForAFailureThatOneHasSeen) {
+  LoadDriver();
+  site_.InstallDouble();
+  site_.Script("init -15");
+  EXPECT_EQ(std::vector<int32_t>(8, -15), ReadyInEightThreads());
+  EXPECT_EQ(6, site_.CountCalls("MvViewDinit"));
 }
 
 }  // namespace

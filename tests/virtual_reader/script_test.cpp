@@ -84,7 +84,7 @@ TEST_F(ScriptTest, VersionAndSerialNumberCanChange) {
 }
 
 TEST_F(ScriptTest, AnUnknownFingerIsRefusedAndNothingRuns) {
-  EXPECT_THROW(reader_.Run("press 1; press 2"), std::invalid_argument);
+  EXPECT_THROW(reader_.Run("press 1; press thumb"), std::invalid_argument);
   EXPECT_THROW(reader_.Run("press 1 3"), std::invalid_argument);
   EXPECT_THROW(reader_.Run("press 1; presss 1"), std::invalid_argument);
   EXPECT_FALSE(FingerFound());
