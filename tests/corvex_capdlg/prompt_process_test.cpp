@@ -134,6 +134,20 @@ TEST_F(PromptProcess, TheFirstOfTwoIsReported) {
   EXPECT_EQ(4321, processes_.priAppRunning("cx_capdlg"));
 }
 
+// Where process 1 never takes note of its orphans' end, a closed window would
+// be found for ever, and the user could not cancel.
+TEST_F(PromptProcess, OneThatHasEndedIsNotRunning) {
+  const pid_t ended = fork();
+  if (ended == 0) _exit(0);
+  siginfo_t info{};
+  ASSERT_EQ(0,
+            waitid(P_PID, static_cast<id_t>(ended), &info, WEXITED | WNOWAIT));
+  ReplacePgrep(std::to_string(ended));
+  EXPECT_EQ(CX_DLG_NOT_RUNNING, processes_.priAppRunning("cx_capdlg"));
+  ReplacePgrep(std::to_string(ended) + "\n4321");
+  EXPECT_EQ(4321, processes_.priAppRunning("cx_capdlg"));
+}
+
 // "kill -9 0" would end the host.
 TEST_F(PromptProcess, OutputThatIsNoProcessIdIsNoProcess) {
   for (const char* output : {"0", "-1", "pgrep: error", "nonsense 7"}) {
