@@ -18,8 +18,10 @@ using std::chrono::steady_clock;
 
 // A reader gives an incomplete request up after such a silence.
 constexpr milliseconds kBreakOffSilence{500};
-// How long a query, or a hang-up, waits for the other side to catch up.
-constexpr milliseconds kPatience{2000};
+// How long a query waits for the reader to catch up, and a hang-up for the
+// host.
+constexpr milliseconds kQueryPatience{2000};
+constexpr milliseconds kHangUpPatience{1000};
 
 int NewEvent() { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); }
 
@@ -168,7 +170,8 @@ void VirtualReader::Settle() const {
   std::unique_lock<std::mutex> lock(mutex_);
   const uint64_t ticket = ++settle_wanted_;
   Signal(sync_);
-  settled_.wait_for(lock, kPatience, [&] { return settle_done_ >= ticket; });
+  settled_.wait_for(lock, kQueryPatience,
+                    [&] { return settle_done_ >= ticket; });
 }
 
 void VirtualReader::Serve() {
@@ -307,22 +310,28 @@ void VirtualReader::Write(std::string_view text) const {
 
 // What was sent before a hang-up must reach the host: a hang-up drops it.
 void VirtualReader::AwaitHostRead() const {
-  // A written byte takes a moment to get across; until then nothing is unread.
-  SleepUntil(steady_clock::now() + milliseconds(20));
-  const TimePoint give_up = steady_clock::now() + kPatience;
+  const TimePoint give_up = steady_clock::now() + kHangUpPatience;
   while (terminal_.HostHasUnread() && steady_clock::now() < give_up &&
          SleepUntil(steady_clock::now() + milliseconds(1))) {
   }
 }
 
 void VirtualReader::Advance() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  timeline_.Advance(&device_, steady_clock::now());
-  if (timeline_.Unplugged()) terminal_.HangUp();
-  if ((timeline_.Unplugged() || timeline_.Quit()) && !ended_) {
-    ended_ = true;
-    if (options_.on_end) options_.on_end();
+  bool ending = false;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    timeline_.Advance(&device_, steady_clock::now());
+    ending = !ended_ && (timeline_.Unplugged() || timeline_.Quit());
   }
+  if (ending) End();
+}
+
+void VirtualReader::End() {
+  AwaitHostRead();
+  const std::lock_guard<std::mutex> lock(mutex_);
+  ended_ = true;
+  if (timeline_.Unplugged()) terminal_.HangUp();
+  if (options_.on_end) options_.on_end();
 }
 
 void VirtualReader::Report(const Request& request) {

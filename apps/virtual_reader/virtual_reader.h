@@ -117,6 +117,7 @@ class VirtualReader {
   void Write(std::string_view text) const;
   void AwaitHostRead() const;
   void Advance();
+  void End();
   void Report(const Request& request);
   void Record(Transfer::Direction direction, std::string text);
   void Settle() const;
