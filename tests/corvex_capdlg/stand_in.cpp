@@ -1,8 +1,8 @@
 #include "corvex_capdlg/stand_in.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 
 #include "support/temp_file.h"
@@ -31,11 +31,13 @@ bool StandInNoted(const std::string& line) {
 }
 
 bool Eventually(const std::function<bool()>& condition) {
-  for (int i = 0; i < 1000; ++i) {
-    if (condition()) return true;
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + std::chrono::seconds(10);
+  while (!condition()) {
+    if (Clock::now() > deadline) return false;
     usleep(10000);
   }
-  return false;
+  return true;
 }
 
 }  // namespace support

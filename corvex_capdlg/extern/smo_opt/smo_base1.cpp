@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -23,6 +24,19 @@ constexpr size_t kTextRoom = sizeof(smo_data_t) - kTextOffset;
 
 // Where smo_chdir returns to.
 std::string g_remembered_directory;
+
+// Whether a process only waits for its parent to take note of its end. The
+// program's parent is process 1, which in a container may never do so.
+bool HasEnded(int32_t process) {
+  const std::string path = "/proc/" + std::to_string(process) + "/stat";
+  FILE* const file = fopen(path.c_str(), "re");
+  if (file == nullptr) return false;
+  char stat[128] = {};  // "<id> (<name, at most 15 characters>) <state> ..."
+  const bool read = fgets(stat, sizeof stat, file) != nullptr;
+  fclose(file);
+  const char* const name_end = read ? strrchr(stat, ')') : nullptr;
+  return name_end != nullptr && strncmp(name_end, ") Z", 3) == 0;
+}
 
 const char* RecordText(const smo_data_t& record) {
   return reinterpret_cast<const char*>(&record) + kTextOffset;
@@ -230,9 +244,14 @@ int32_t CxSmoBase1::priRunAppFile(const std::string& full_path) {
 int32_t CxSmoBase1::priAppRunning(const std::string& path) {
   const std::string output =
       corvex::log_run_cmd("pgrep -x " + corvex::ShellWord(priGetAppExeN(path)));
-  const int32_t process = atoi(output.c_str());
   // Output that is no process id must not become one: "kill -9 0" would end
   // the host and its whole process group.
+  const char* line = output.c_str();
+  int32_t process = atoi(line);
+  while (process > 0 && HasEnded(process)) {
+    line = strchr(line, '\n');
+    process = line == nullptr ? 0 : atoi(++line);
+  }
   return process > 0 ? process : CX_DLG_NOT_RUNNING;
 }
 
