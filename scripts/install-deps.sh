@@ -10,7 +10,7 @@ DEMO='g++ cmake ninja-build pkg-config libcjson-dev libcli11-dev
   nlohmann-json3-dev libcairo2-dev zlib1g-dev fonts-dejavu-core'
 
 # To build everything, with both compilers, and to test it.
-TESTS="$DEMO ccache clang-14 clang-format clang-tidy libgtest-dev
+TESTS="$DEMO ccache clang clang-format clang-tidy libgtest-dev
   libbenchmark-dev qt6-base-dev xvfb xdotool x11-utils openbox imagemagick
   fonts-noto-cjk procps"
 
