@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <stdexcept>
 #include <utility>
 
@@ -175,6 +176,10 @@ void VirtualReader::Settle() const {
 }
 
 void VirtualReader::Serve() {
+  // The signals of the process are for its own threads.
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, nullptr);
   uint64_t owed = 0;
   while (WaitForInput(&owed)) {
     Receive();
@@ -200,7 +205,7 @@ bool VirtualReader::WaitForInput(uint64_t* owed) {
   pollfd fds[] = {{stop_.Get(), POLLIN, 0},
                   {sync_.Get(), POLLIN, 0},
                   {terminal_.Master(), POLLIN, 0}};
-  poll(fds, std::size(fds), *owed > 0 ? 0 : PollTime());
+  if (poll(fds, std::size(fds), *owed > 0 ? 0 : PollTime()) < 0) return true;
   if (fds[0].revents != 0) return false;
   if (*owed > 0 && fds[2].revents == 0) {
     {
@@ -342,8 +347,9 @@ void VirtualReader::Report(const Request& request) {
 void VirtualReader::Record(Transfer::Direction direction, std::string text) {
   const auto time =
       std::chrono::duration_cast<microseconds>(steady_clock::now() - start_);
-  trace_.push_back({direction, time, std::move(text)});
-  if (options_.on_transfer) options_.on_transfer(trace_.back());
+  Transfer transfer{direction, time, std::move(text)};
+  if (options_.on_transfer) options_.on_transfer(transfer);
+  if (options_.keeps_trace) trace_.push_back(std::move(transfer));
 }
 
 }  // namespace corvex::vreader
