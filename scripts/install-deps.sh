@@ -20,9 +20,10 @@ case "${1-}" in
   *) echo "usage: $0 demo|tests" >&2; exit 2 ;;
 esac
 
+# One line for each architecture that the package is there for.
 is_installed() {
-  status=$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) &&
-    [ "$status" = installed ]
+  dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null |
+    grep -qx installed
 }
 
 missing=

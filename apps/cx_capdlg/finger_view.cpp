@@ -46,7 +46,7 @@ QPainterPath Ridge(const QRectF& area, int ridge) {
 FingerView::FingerView(double scale, QWidget* parent)
     : QWidget(parent), scale_(scale) {
   setFixedWidth(static_cast<int>(184 * scale));
-  setAccessibleName(tr("指纹图像"));
+  setAccessibleName("指纹图像");
 }
 
 void FingerView::SetPicture(const uint8_t* bmp, int len_bytes) {

@@ -9,8 +9,6 @@
 namespace corvex {
 
 class FingerView : public QWidget {
-  Q_OBJECT
-
  public:
   explicit FingerView(double scale, QWidget* parent = nullptr);
 

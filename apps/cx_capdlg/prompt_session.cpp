@@ -10,7 +10,7 @@ using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr int kPollsPerWatch = 10;
+constexpr int kPollsPerWatch = 5;
 
 // A kind has one slot, so three items are the most that can be pending.
 constexpr int kItemsPerPoll = 3;

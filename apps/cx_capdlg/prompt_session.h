@@ -25,7 +25,7 @@ class PromptSession {
   using TakeItem = std::function<void(const smo_data_t&)>;
 
   // A pause between polls that the eye does not notice.
-  static constexpr std::chrono::milliseconds kPollPause{50};
+  static constexpr std::chrono::milliseconds kPollPause{100};
 
   // Gives each text and picture to `take`.
   explicit PromptSession(TakeItem take);

@@ -53,9 +53,9 @@ void FitText(QLabel* label, const QString& text, const QSize& room,
   label->setText(shown);
 }
 
-QString HintFor(int press) {
-  return press <= 1 ? PromptWindow::tr("将手指平放在采集器上，听到提示音后抬起")
-                    : PromptWindow::tr("抬起后再按同一手指，听到提示音后抬起");
+const char* HintFor(int press) {
+  return press <= 1 ? "将手指平放在采集器上，听到提示音后抬起"
+                    : "抬起后再按同一手指，听到提示音后抬起";
 }
 
 }  // namespace
@@ -70,8 +70,8 @@ PromptWindow::PromptWindow(double scale)
       text_(new QLabel(this)),
       hint_(new QLabel(HintFor(0), this)),
       steps_(new StepBar(scale, this)),
-      cancel_(new QPushButton(tr("取消 (Esc)"), this)) {
-  setWindowTitle(tr("指纹采集"));
+      cancel_(new QPushButton("取消 (Esc)", this)) {
+  setWindowTitle("指纹采集");
   setFixedSize(static_cast<int>(700 * scale), static_cast<int>(400 * scale));
   text_->setFont(PixelFont(font(), 34 * scale, true));
   text_->setWordWrap(true);
@@ -85,14 +85,14 @@ PromptWindow::PromptWindow(double scale)
   // A stray blank or a bar-code scanner's Return must not press the button.
   setFocusPolicy(Qt::StrongFocus);
   setFocus();
-  cancel_->setAccessibleName(tr("取消采集"));
+  cancel_->setAccessibleName("取消采集");
   connect(cancel_, &QPushButton::clicked, this, &QWidget::close);
   if (session_.TimeoutSeconds() > 0) {
     time_ = new TimeBar(scale, session_.TimeoutSeconds(), this);
   }
   BuildLayout();
   layout()->activate();
-  ShowText(tr("请准备按捺手指").toStdString());
+  ShowText("请准备按捺手指");
   poll_.start(static_cast<int>(PromptSession::kPollPause.count()), this);
 }
 

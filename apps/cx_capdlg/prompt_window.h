@@ -20,8 +20,6 @@ class TimeBar;
 // Lives as long as the session: closes itself when that is over. Closing it
 // otherwise is the user's way to cancel.
 class PromptWindow : public QWidget {
-  Q_OBJECT
-
  public:
   // `scale` 1 suits a screen of 1024 x 600.
   explicit PromptWindow(double scale);

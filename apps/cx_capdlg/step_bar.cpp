@@ -11,10 +11,7 @@ namespace {
 constexpr double kRadius = 17;
 constexpr double kCaptionTop = 42;
 constexpr double kCaptionHeight = 24;
-constexpr const char* kCaptions[kPresses] = {
-    QT_TRANSLATE_NOOP("corvex::StepBar", "第一次"),
-    QT_TRANSLATE_NOOP("corvex::StepBar", "第二次"),
-    QT_TRANSLATE_NOOP("corvex::StepBar", "第三次")};
+constexpr const char* kCaptions[kPresses] = {"第一次", "第二次", "第三次"};
 
 }  // namespace
 
@@ -27,8 +24,8 @@ StepBar::StepBar(double scale, QWidget* parent)
 void StepBar::SetCurrent(int press) {
   current_ = press;
   setAccessibleName(
-      press == 0 ? tr("共 %1 次按捺").arg(kPresses)
-                 : tr("第 %1 次按捺，共 %2 次").arg(press).arg(kPresses));
+      press == 0 ? QString("共 %1 次按捺").arg(kPresses)
+                 : QString("第 %1 次按捺，共 %2 次").arg(press).arg(kPresses));
   update();
 }
 
@@ -95,7 +92,7 @@ void StepBar::DrawStep(QPainter* painter, int press) const {
                       : SecondaryColour(palette()));
   painter->drawText(QRectF(centre.x() - 60 * scale_, kCaptionTop * scale_,
                            120 * scale_, kCaptionHeight * scale_),
-                    Qt::AlignCenter, tr(kCaptions[press - 1]));
+                    Qt::AlignCenter, QString(kCaptions[press - 1]));
 }
 
 }  // namespace corvex

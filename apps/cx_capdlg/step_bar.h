@@ -7,8 +7,6 @@
 namespace corvex {
 
 class StepBar : public QWidget {
-  Q_OBJECT
-
  public:
   explicit StepBar(double scale, QWidget* parent = nullptr);
 

@@ -28,7 +28,7 @@ TimeBar::TimeBar(double scale, int total_s, QWidget* parent)
 void TimeBar::SetLeft(int seconds) {
   if (seconds == left_s_) return;
   left_s_ = seconds;
-  setAccessibleName(tr("剩余时间 %1 秒").arg(seconds));
+  setAccessibleName(QString("剩余时间 %1 秒").arg(seconds));
   update();
 }
 
@@ -42,7 +42,7 @@ void TimeBar::paintEvent(QPaintEvent*) {
                                           : BarColour(palette(), left_s_));
   painter.drawText(QRectF(0, 0, width(), kTextHeight * scale_),
                    Qt::AlignLeft | Qt::AlignVCenter,
-                   tr("剩余时间 %1 秒").arg(left_s_));
+                   QString("剩余时间 %1 秒").arg(left_s_));
   const double radius = kBarHeight / 2 * scale_;
   QRectF bar(0, kBarTop * scale_, width(), kBarHeight * scale_);
   painter.setPen(Qt::NoPen);

@@ -7,8 +7,6 @@
 namespace corvex {
 
 class TimeBar : public QWidget {
-  Q_OBJECT
-
  public:
   TimeBar(double scale, int total_s, QWidget* parent = nullptr);
 

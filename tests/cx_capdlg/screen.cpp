@@ -25,14 +25,14 @@ Screen::Screen(const std::string& size) {
   EXPECT_EQ(0, unshare(CLONE_NEWNET));
   // Every server compiles its keyboard map into the same file here.
   EXPECT_EQ(0, mount("tmpfs", "/var/lib/xkb", "tmpfs", 0, nullptr));
-  EXPECT_EQ(0, system(("Xvfb -displayfd 3 -nolisten tcp -screen 0 " + size +
-                       "x24 3>/tmp/display >/dev/null 2>&1 &")
+  EXPECT_EQ(0, system(("Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 " +
+                       size + "x24 3>/tmp/display >/tmp/Xvfb 2>&1 &")
                           .c_str()));
   std::string number;
   EXPECT_TRUE(Eventually([&] {
     number = support::ReadFile("/tmp/display");
     return number.find('\n') != std::string::npos;
-  }));
+  })) << support::ReadFile("/tmp/Xvfb");
   setenv("DISPLAY", (":" + number.substr(0, number.find('\n'))).c_str(), 1);
   setenv("QT_QPA_PLATFORM", "xcb", 1);
   EXPECT_EQ(0, system("openbox >/tmp/openbox 2>&1 &"));

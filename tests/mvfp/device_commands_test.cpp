@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
-#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -65,7 +64,7 @@ struct Situation {
   Arguments arguments;
   const char* script;
   int exit_code;
-  const char* out;               // the whole text, as a regular expression
+  std::string out;
   std::vector<std::string> err;  // each is somewhere on standard error
 };
 
@@ -75,16 +74,16 @@ void PrintTo(const Situation& situation, std::ostream* out) {
 
 const std::vector<Situation>& Situations() {
   static const std::vector<Situation> kSituations = {
-      {"Version", {"version"}, "", 0, "v2\\.15\n", {}},
+      {"Version", {"version"}, "", 0, "v2.15\n", {}},
       {"SerialNumber", {"sn"}, "", 0, "CX1206A0001900004711202600000042\n", {}},
       {"ProbeWithoutFinger", {"probe"}, "", 1, "no finger\n", {}},
       {"ProbeWithFinger", {"probe"}, "press anna", 0, "finger\n", {}},
-      {"Capture", {"capture"}, "press anna", 0, "EgAo[A-Za-z0-9+/]+=*\n", {}},
+      {"Capture", {"capture"}, "press anna", 0, SampleRecord(40) + "\n", {}},
       {"Enrolment",
        {"enroll", "--timeout", "20"},
        "press anna",
        0,
-       "EgAo[A-Za-z0-9+/]+=*\n",
+       SampleRecord(40) + "\n",
        {}},
       {"CaptureWithoutFinger",
        {"capture", "-t", "1"},
@@ -149,7 +148,7 @@ TEST_P(SituationTest, GivesResultAndAdviceAndExitCode) {
   reader_.Run(situation.script);
   const Finished run = RunTool(With(situation.arguments));
   EXPECT_EQ(situation.exit_code, run.exit_code) << run.err;
-  EXPECT_TRUE(std::regex_match(run.out, std::regex(situation.out))) << run.out;
+  EXPECT_EQ(situation.out, run.out);
   EXPECT_EQ(situation.err.empty(), run.err.empty()) << run.err;
   for (const std::string& text : situation.err) {
     EXPECT_NE(std::string::npos, run.err.find(text)) << run.err;
@@ -257,7 +256,7 @@ TEST_P(InterruptTest, EndsTheWaitAndLeavesEverythingFree) {
   tool.Signal(GetParam());
   const Finished run = tool.Wait();
   EXPECT_EQ(GetParam(), run.signal) << "a shell's loop would go on";
-  EXPECT_NE(std::string::npos, run.err.find("interrupted"));
+  EXPECT_NE(std::string::npos, run.err.find("interrupted")) << run.err;
   EXPECT_EQ(128 + GetParam(), run.Json().value("exit_code", 0));
   ExpectLockFree();
   EXPECT_TRUE(support::SameSettings(before, reader_.TerminalSettings()));
