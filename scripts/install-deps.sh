@@ -10,7 +10,7 @@ DEMO='g++ cmake ninja-build pkg-config libcjson-dev libcli11-dev
   nlohmann-json3-dev libcairo2-dev zlib1g-dev fonts-dejavu-core'
 
 # To build everything, with both compilers, and to test it.
-TESTS="$DEMO ccache clang-14 clang-format clang-tidy libgtest-dev
+TESTS="$DEMO ccache clang clang-format clang-tidy libgtest-dev
   libbenchmark-dev qt6-base-dev xvfb xdotool x11-utils openbox imagemagick
   fonts-noto-cjk procps"
 
@@ -20,9 +20,10 @@ case "${1-}" in
   *) echo "usage: $0 demo|tests" >&2; exit 2 ;;
 esac
 
+# One line for each architecture that the package is there for.
 is_installed() {
-  status=$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) &&
-    [ "$status" = installed ]
+  dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null |
+    grep -qx installed
 }
 
 missing=

@@ -47,7 +47,7 @@ void Describe(const std::vector<const CodeMeaning*>& meanings,
 int PrintInterrupted(const Config& config, int signal_number) {
   Failure failure;
   failure.what = "interrupted; the port and the reader are free again";
-  failure.exit_code = static_cast<ExitCode>(128 + signal_number);
+  failure.exit_code = 128 + signal_number;
   failure.details["signal"] = signal_number;
   PrintFailure(config, failure);
   EndBySignal(signal_number);

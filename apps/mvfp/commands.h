@@ -9,6 +9,7 @@ namespace corvex::mvfp {
 
 int RunVersion(const Config& config);
 int RunSn(const Config& config);
+int RunInfo(const Config& config);
 int RunProbe(const Config& config);
 int RunCapture(const Config& config);
 int RunEnroll(const Config& config);

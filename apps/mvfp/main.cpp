@@ -49,6 +49,17 @@ constexpr Command kSn = {"sn", corvex::mvfp::RunSn,
   mvfp sn --port ttyUSB0
   mvfp sn --port ttyS1 --box A
 )"};
+constexpr Command kInfo = {
+    "info", corvex::mvfp::RunInfo, "Print what the driver's JSON entry tells",
+    R"(Brand, model, firmware, serial number and date of production. The entry knows
+ports by number: 3 is /dev/COM3, a name that a udev rule makes. With --json the
+entry's reply is printed as it is.
+
+Examples:
+  sudo ln -s ttyUSB0 /dev/COM3
+  mvfp info --port COM3
+  mvfp info --port COM3 --json
+)"};
 constexpr Command kProbe = {"probe", corvex::mvfp::RunProbe,
                             "Tell whether a finger lies on the sensor",
                             R"(Prints "finger" (exit 0) or "no finger" (exit 1).
@@ -151,13 +162,19 @@ CLI::App* AddCommand(CLI::App* parent, const Command& command, Choice* choice) {
   return app;
 }
 
-CLI::App* AddDeviceCommand(CLI::App* parent, const Command& command,
-                           Choice* choice) {
+CLI::App* AddPortCommand(CLI::App* parent, const Command& command,
+                         Choice* choice) {
   CLI::App* const app = AddCommand(parent, command, choice);
   app->add_option("-p,--port", choice->config.port,
                   "Serial port: ttyUSB0 or /dev/ttyUSB0")
       ->envname("MVFP_PORT")
       ->type_name("PORT");
+  return app;
+}
+
+CLI::App* AddDeviceCommand(CLI::App* parent, const Command& command,
+                           Choice* choice) {
+  CLI::App* const app = AddPortCommand(parent, command, choice);
   app->add_option("--box", choice->config.box,
                   "Branch of the switch box before the reader: A, B, C or K")
       ->check(CLI::IsMember({"A", "B", "C", "K"}))
@@ -218,6 +235,7 @@ void AddEverything(CLI::App* app, Choice* choice) {
   AddJsonOption(app, choice);
   AddDeviceCommand(app, kVersion, choice);
   AddDeviceCommand(app, kSn, choice);
+  AddPortCommand(app, kInfo, choice);
   AddDeviceCommand(app, kProbe, choice);
   AddCapturingCommand(app, kCapture, 20, choice);
   AddCapturingCommand(app, kEnroll, 60, choice);

@@ -22,9 +22,9 @@ enum ExitCode {      // scripts test these: add, never renumber
 };
 
 struct Failure {
-  ExitCode exit_code = kExitFailed;
-  std::string what;  // went wrong
-  std::string next;  // to do; may be empty
+  int exit_code = kExitFailed;  // or 128 and the signal that ended it
+  std::string what;             // went wrong
+  std::string next;             // to do; may be empty
   Json details = Json::object();
 };
 

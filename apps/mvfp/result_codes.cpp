@@ -42,8 +42,8 @@ constexpr CodeMeaning kMeanings[] = {
      "check the arguments against mv_fpi.h"},
     {kCommCall, FG_ERR_ARGUMENT, "FG_ERR_ARGUMENT", Stage::kAtOnce, "",
      "an argument or a field of the request breaks its rule",
-     "a NULL pointer, an unknown \"FunctionCode\", or a \"RequestPort\" that "
-     "is no port number",
+     "a NULL pointer, a \"FunctionCode\" that is no string, or a "
+     "\"RequestPort\" that is no string of 1 to 40 characters",
      R"(send {"FunctionCode": "0001", "RequestPort": "<n>"})"},
     {kFpMatch, FG_ERR_ARGUMENT, "FG_ERR_ARGUMENT", Stage::kAtOnce, "",
      "an argument breaks its rule", "a NULL record, or a level outside 0 to 5",
@@ -107,8 +107,9 @@ constexpr CodeMeaning kMeanings[] = {
      "the enrolment was given up", "start it again"},
     {kEnrolments | kFpMatch, FG_ERR_NO_LIBRARY, "FG_ERR_NO_LIBRARY",
      Stage::kAtOnce, "", "the algorithm library cannot be loaded",
-     "dual-feature records need libAlgoOrva64.so beside libmv_fpi.so",
-     "put the library there; the reason is in the day's log: mvfp log on"},
+     "dual-feature records need a library that is not part of the driver",
+     "put libAlgoOrva64.so beside libmv_fpi.so; if it is there, the reason is "
+     "in the day's log: mvfp log on"},
     {kGetTemplate, FG_ERR_SYNTHESIS, "FG_ERR_SYNTHESIS", Stage::kTalking,
      "合成指纹模板失败", "the three presses do not agree",
      "different fingers, or presses too light or too far off centre",

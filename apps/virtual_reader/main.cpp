@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -27,7 +26,7 @@ struct Config {
   int baud = 9600;
   std::string records_path;
   std::string script_path;  // "-": standard input
-  std::string press;        // a finger
+  std::string auto_press;   // a finger
   bool traces = false;
   std::string trace_path;
   std::string link_path;
@@ -38,7 +37,7 @@ The port's name is printed on one line of standard output when the reader can
 be used; it is the name below /dev that the driver's functions take.
 
 Examples:
-  mvfp-vreader --press 1            finger 1 lies on the sensor for ever
+  mvfp-vreader --auto-press 1       finger 1 lies on the sensor for ever
   mvfp-vreader --baud 0 --trace     no line delays; all traffic on stderr
   echo 'press 1; hold captures 3; press 2' | mvfp-vreader --script -
   mvfp-vreader --script FILE        presses and faults from a file
@@ -71,15 +70,14 @@ void AddOptions(CLI::App* app, Config* config) {
   app->add_option("--script", config->script_path,
                   "What happens to the reader; - for standard input")
       ->type_name("FILE|-");
-  app->add_option("--press,--auto-press", config->press,
+  app->add_option("--auto-press", config->auto_press,
                   "Before the script: this finger lies on the sensor, every "
                   "capture is a new impression of it")
       ->type_name("FINGER");
   app->add_option("--trace", config->trace_path,
                   "Write all traffic to a file, or to standard error")
       ->type_name("FILE")
-      ->expected(0, 1)
-      ->each([config](const std::string&) { config->traces = true; });
+      ->expected(0, 1);
   app->add_option("--link", config->link_path,
                   "Symbolic link to the port, for as long as it lives")
       ->type_name("PATH");
@@ -88,8 +86,14 @@ void AddOptions(CLI::App* app, Config* config) {
 
 std::optional<std::string> ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  std::string text{std::istreambuf_iterator<char>(file), {}};
-  if (!file.is_open() || file.bad()) return std::nullopt;
+  if (!file.is_open()) return std::nullopt;
+  std::string text;
+  char part[4096];
+  // Not the stream's iterators: they throw at a directory.
+  while (file.read(part, sizeof part) || file.gcount() > 0) {
+    text.append(part, static_cast<size_t>(file.gcount()));
+  }
+  if (file.bad()) return std::nullopt;
   return text;
 }
 
@@ -119,8 +123,10 @@ bool CheckScript(const std::string& path, const std::string& text,
 }
 
 bool LoadScript(const Config& config, ServingOptions* options) {
-  if (!config.press.empty()) options->script = "press " + config.press + "\n";
-  if (!CheckScript("--press", options->script, options->fingers)) return false;
+  if (!config.auto_press.empty())
+    options->script = "press " + config.auto_press + "\n";
+  if (!CheckScript("--auto-press", options->script, options->fingers))
+    return false;
   options->script_from_input = config.script_path == "-";
   if (options->script_from_input || config.script_path.empty()) return true;
   const auto text = ReadFile(config.script_path);
@@ -148,6 +154,7 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kExitOk : kExitUsage;
   }
+  config.traces = app.count("--trace") > 0;
   ServingOptions options;
   if (!Load(config, &options)) return kExitUsage;
   try {

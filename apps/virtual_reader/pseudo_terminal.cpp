@@ -51,9 +51,6 @@ bool PseudoTerminal::HostHasUnread() const {
   return poll(&slave, 1, 0) == 1 && (slave.revents & POLLIN) != 0;
 }
 
-void PseudoTerminal::HangUp() {
-  slave_.Reset();
-  master_.Reset();
-}
+void PseudoTerminal::HangUp() { master_.Reset(); }
 
 }  // namespace corvex::vreader

@@ -33,8 +33,8 @@ class PseudoTerminal {
  private:
   std::string name_;
   Descriptor master_;
-  // Kept open, so that what is on the line survives a host's close and so that
-  // the master can be polled while no host is there.
+  // Kept open, so that what is on the line survives a host's close, and so that
+  // after a hang-up no other terminal of the machine gets the name.
   Descriptor slave_;
 };
 

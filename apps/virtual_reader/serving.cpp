@@ -156,6 +156,7 @@ bool Serve(const ServingOptions& options) {
   Options reader_options;
   reader_options.baud = options.baud;
   reader_options.fingers = options.fingers;
+  reader_options.keeps_trace = false;  // it would grow for days
   if (trace) {
     reader_options.on_transfer = [&](const Transfer& t) { trace->Write(t); };
   }

@@ -33,7 +33,6 @@ constexpr int kMostSpurious = 6;
 
 // Of a record.
 constexpr int kCentre = 128;
-constexpr int kMaxCoordinate = 255;
 constexpr size_t kMostMinutiae = 50;
 constexpr uint8_t kFormatTag = 0x12;
 constexpr uint8_t kPlainHeader = 0x00;

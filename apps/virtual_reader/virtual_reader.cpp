@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <stdexcept>
 #include <utility>
 
@@ -18,8 +19,10 @@ using std::chrono::steady_clock;
 
 // A reader gives an incomplete request up after such a silence.
 constexpr milliseconds kBreakOffSilence{500};
-// How long a query, or a hang-up, waits for the other side to catch up.
-constexpr milliseconds kPatience{2000};
+// How long a query waits for the reader to catch up, and a hang-up for the
+// host.
+constexpr milliseconds kQueryPatience{2000};
+constexpr milliseconds kHangUpPatience{1000};
 
 int NewEvent() { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); }
 
@@ -168,10 +171,15 @@ void VirtualReader::Settle() const {
   std::unique_lock<std::mutex> lock(mutex_);
   const uint64_t ticket = ++settle_wanted_;
   Signal(sync_);
-  settled_.wait_for(lock, kPatience, [&] { return settle_done_ >= ticket; });
+  settled_.wait_for(lock, kQueryPatience,
+                    [&] { return settle_done_ >= ticket; });
 }
 
 void VirtualReader::Serve() {
+  // The signals of the process are for its own threads.
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, nullptr);
   uint64_t owed = 0;
   while (WaitForInput(&owed)) {
     Receive();
@@ -197,7 +205,7 @@ bool VirtualReader::WaitForInput(uint64_t* owed) {
   pollfd fds[] = {{stop_.Get(), POLLIN, 0},
                   {sync_.Get(), POLLIN, 0},
                   {terminal_.Master(), POLLIN, 0}};
-  poll(fds, std::size(fds), *owed > 0 ? 0 : PollTime());
+  if (poll(fds, std::size(fds), *owed > 0 ? 0 : PollTime()) < 0) return true;
   if (fds[0].revents != 0) return false;
   if (*owed > 0 && fds[2].revents == 0) {
     {
@@ -307,22 +315,28 @@ void VirtualReader::Write(std::string_view text) const {
 
 // What was sent before a hang-up must reach the host: a hang-up drops it.
 void VirtualReader::AwaitHostRead() const {
-  // A written byte takes a moment to get across; until then nothing is unread.
-  SleepUntil(steady_clock::now() + milliseconds(20));
-  const TimePoint give_up = steady_clock::now() + kPatience;
+  const TimePoint give_up = steady_clock::now() + kHangUpPatience;
   while (terminal_.HostHasUnread() && steady_clock::now() < give_up &&
          SleepUntil(steady_clock::now() + milliseconds(1))) {
   }
 }
 
 void VirtualReader::Advance() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  timeline_.Advance(&device_, steady_clock::now());
-  if (timeline_.Unplugged()) terminal_.HangUp();
-  if ((timeline_.Unplugged() || timeline_.Quit()) && !ended_) {
-    ended_ = true;
-    if (options_.on_end) options_.on_end();
+  bool ending = false;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    timeline_.Advance(&device_, steady_clock::now());
+    ending = !ended_ && (timeline_.Unplugged() || timeline_.Quit());
   }
+  if (ending) End();
+}
+
+void VirtualReader::End() {
+  AwaitHostRead();
+  const std::lock_guard<std::mutex> lock(mutex_);
+  ended_ = true;
+  if (timeline_.Unplugged()) terminal_.HangUp();
+  if (options_.on_end) options_.on_end();
 }
 
 void VirtualReader::Report(const Request& request) {
@@ -333,8 +347,9 @@ void VirtualReader::Report(const Request& request) {
 void VirtualReader::Record(Transfer::Direction direction, std::string text) {
   const auto time =
       std::chrono::duration_cast<microseconds>(steady_clock::now() - start_);
-  trace_.push_back({direction, time, std::move(text)});
-  if (options_.on_transfer) options_.on_transfer(trace_.back());
+  Transfer transfer{direction, time, std::move(text)};
+  if (options_.on_transfer) options_.on_transfer(transfer);
+  if (options_.keeps_trace) trace_.push_back(std::move(transfer));
 }
 
 }  // namespace corvex::vreader

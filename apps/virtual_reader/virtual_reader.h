@@ -41,7 +41,8 @@ struct Options {
   int baud = 0;  // 0: as fast as possible
   Bytes version = {2, 15};
   std::string serial = "CX1206A0001900004711202600000042";
-  FingerBook fingers;  // without more ado: all the synthetic ones
+  FingerBook fingers;       // without more ado: all the synthetic ones
+  bool keeps_trace = true;  // off: Trace() and Requests() stay empty
   // Called from the reader's thread; must not call the reader.
   std::function<void(const Transfer&)> on_transfer;
   std::function<void(const std::string&)> on_error;
@@ -117,6 +118,7 @@ class VirtualReader {
   void Write(std::string_view text) const;
   void AwaitHostRead() const;
   void Advance();
+  void End();
   void Report(const Request& request);
   void Record(Transfer::Direction direction, std::string text);
   void Settle() const;

@@ -1,21 +1,26 @@
 #include "MvMatch/MvMatch.h"
 
-#include <mutex>
-
 #include "MvMatch/minutiae_record.h"
-#include "MvMatch/plain_matcher.h"
+#include "MvMatch/thread_matchers.h"
 
-namespace {
-
-std::mutex g_mutex;
-corvex::plain::Matcher g_matcher;
-
-}  // namespace
+int32_t _MivoMatchFinger(const corvex::WorkingForm* first_working,
+                         const corvex::WorkingForm* second_working) {
+  return corvex::CompareInThread(corvex::kComparisonMatcher, *first_working,
+                                 *second_working);
+}
 
 int32_t MivoMatchFinger(const uint8_t* first_record,
                         const uint8_t* second_record) {
-  const std::lock_guard<std::mutex> lock(g_mutex);
-  return g_matcher.MivoMatchFinger(first_record, second_record);
+  if (first_record == nullptr || second_record == nullptr) {
+    return corvex::kBadRecord;
+  }
+  corvex::WorkingForm first;
+  corvex::WorkingForm second;
+  if (ConvertTransferFormat(&first, first_record) == 0 ||
+      ConvertTransferFormat(&second, second_record) == 0) {
+    return corvex::kBadRecord;
+  }
+  return _MivoMatchFinger(&first, &second);
 }
 
 int32_t GetMivoMinutLen(const uint8_t* record) {

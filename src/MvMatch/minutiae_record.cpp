@@ -17,7 +17,8 @@ bool ReadMinutia(Minutia* out, const uint8_t* bytes) {
           static_cast<int16_t>(direction),
           static_cast<uint8_t>(weight),
           static_cast<uint8_t>((bytes[4] & kSecondKind) != 0 ? 2 : 1),
-          static_cast<uint8_t>(auxiliary)};
+          static_cast<uint8_t>(auxiliary),
+          0};
   return direction <= corvex::kMaxDirectionDegrees &&
          weight <= corvex::kMaxWeight && auxiliary <= corvex::kMaxAuxiliary;
 }

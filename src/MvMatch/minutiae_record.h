@@ -19,7 +19,9 @@ struct Minutia {
   uint8_t weight;     // 0-100
   uint8_t kind;       // 1 or 2
   uint8_t auxiliary;  // 0-100, used by nobody
+  uint8_t unused;     // 0, so that prints compare as bytes
 };
+static_assert(sizeof(Minutia) == 10, "no byte is left undefined");
 
 struct MinutiaeVector {
   uint16_t count;

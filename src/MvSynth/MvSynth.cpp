@@ -2,17 +2,13 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 
 #include "MvMatch/minutiae_record.h"
-#include "MvMatch/plain_matcher.h"
+#include "MvMatch/thread_matchers.h"
 
 namespace {
 
 using corvex::WorkingForm;
-
-std::mutex g_mutex;
-corvex::plain::Matcher g_matcher;
 
 struct Captures {
   int32_t count;
@@ -44,8 +40,8 @@ Agreement CompareAll(const Captures& captures) {
   int32_t best_score = 0;
   for (int32_t a = 0; a < captures.count - 1; ++a) {
     for (int32_t b = a + 1; b < captures.count; ++b) {
-      const int32_t score =
-          g_matcher._MivoMatchFinger(captures.working[a], captures.working[b]);
+      const int32_t score = corvex::CompareInThread(
+          corvex::kEnrolmentMatcher, captures.working[a], captures.working[b]);
       result.lowest_score = std::min(result.lowest_score, score);
       if (score <= best_score) continue;  // the earliest pair wins ties
       best_score = score;
@@ -66,7 +62,6 @@ int32_t MivoSynthMinut(const uint8_t* captures, int32_t count,
   }
   Captures converted;
   if (!Convert(&converted, captures, count)) return corvex::kBadRecord;
-  const std::lock_guard<std::mutex> lock(g_mutex);
   const Agreement agreement = CompareAll(converted);
   const int32_t a = agreement.best_first;
   const int32_t b = agreement.best_second;

@@ -5,9 +5,11 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
+#include "mv_base/clock.h"
 #include "mv_base/diagnostic_log.h"
 
 namespace {
@@ -46,12 +48,15 @@ enum class Wait { kArrived, kTimeout, kFailed };
 Wait WaitForByte(int32_t fd, int64_t timeout_ms) {
   bool arrived = false;
   if (Selectable(fd)) {
+    // By the clock, not by what an interrupted select says is left: that is not
+    // the same everywhere, and a storm of signals must not make a wait endless.
+    const int64_t end = get_ms_tick() + timeout_ms;
     fd_set readable;
-    timeval left = SplitMs(timeout_ms);
     int32_t result = 0;
     do {
       FD_ZERO(&readable);
       FD_SET(fd, &readable);
+      timeval left = SplitMs(std::max<int64_t>(end - get_ms_tick(), 0));
       errno = 0;
       result = select(fd + 1, &readable, nullptr, nullptr, &left);
     } while (result < 0 && (errno == EAGAIN || errno == EINTR));

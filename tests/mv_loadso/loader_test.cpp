@@ -75,17 +75,6 @@ TEST_F(Loader, TheLibraryIsReadyOnceTheDriverIsLoaded) {
       LogTexts());
 }
 
-TEST_F(Loader, AnUnloadedDriverIsGoneAndHasReleasedTheLibrary) {
-  site_.InstallDouble();
-  LoadDriver();
-  EXPECT_TRUE(site_.IsMapped("libloader_probe.so"));
-  EXPECT_TRUE(site_.IsMapped("libAlgoOrva64.so"));
-  site_.Unload();
-  EXPECT_FALSE(site_.IsMapped("libloader_probe.so"));
-  EXPECT_FALSE(site_.IsMapped("libAlgoOrva64.so"));
-  EXPECT_EQ(1, site_.CountCalls("MvViewDexit mine\n"));
-}
-
 TEST_F(Loader, InitialisationEndsWhenItMay) {
   const struct {
     const char* init;
@@ -279,43 +268,17 @@ TEST(LoaderPath, ADirectoryThatDoesNotFitCountsAsNone) {
   }
 }
 
-TEST_F(Loader, ACallThatNeedsAMissingLibraryTriesTwice) {
-  LoadDriverThenLog();
-  EXPECT_EQ(-120, probe_->ready());
-  EXPECT_EQ(2, CountOf(kUnloadable, LogTexts()));
-  site_.InstallDouble();
-  EXPECT_EQ(0, probe_->ready());
-  EXPECT_EQ(0, probe_->ready());
-  EXPECT_EQ(1, site_.CountCalls("MvViewDinit"));
-}
-
-class LoaderThreads : public Loader {
- protected:
-  // What each of eight threads is told that need the library at once.
-  std::vector<int32_t> ReadyInEightThreads() const {
-    std::vector<int32_t> results(8, 1);
-    std::vector<std::thread> threads;
-    for (int32_t& result : results) {
-      threads.emplace_back([&] { result = probe_->ready(); });
-    }
-    for (auto& thread : threads) thread.join();
-    return results;
-  }
-};
-
-TEST_F(LoaderThreads, ThatNeedTheLibraryAtOnceLoadItOnce) {
-  LoadDriver();
-  site_.InstallDouble();
-  EXPECT_EQ(std::vector<int32_t>(8, 0), ReadyInEightThreads());
-  EXPECT_EQ(1, site_.CountCalls("MvViewDinit"));
-  EXPECT_EQ(0, site_.CountCalls("MvViewDexit"));
-}
-
-TEST_F(LoaderThreads, DoNotEachWaitForAFailureThatOneHasSeen) {
+TEST_F(Loader, ThreadsDoNotEachWaitForAFailureThatOneHasSeen) {
   LoadDriver();
   site_.InstallDouble();
   site_.Script("init -15");
-  EXPECT_EQ(std::vector<int32_t>(8, -15), ReadyInEightThreads());
+  std::vector<int32_t> results(8, 1);
+  std::vector<std::thread> threads;
+  for (int32_t& result : results) {
+    threads.emplace_back([&] { result = probe_->ready(); });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(std::vector<int32_t>(8, -15), results);
   EXPECT_EQ(6, site_.CountCalls("MvViewDinit"));
 }
 

@@ -63,6 +63,8 @@ ToolRun::ToolRun(const std::vector<std::string>& arguments,
     err = OpenFor(directory_ + "/err", O_WRONLY | O_CREAT);
   }
   const std::vector<char*> argv = ArgumentVector(arguments);
+  setenv("LSAN_OPTIONS",
+         "suppressions=" MVFP_LEAKS_OF_OTHERS ":print_suppressions=0", 1);
   process_ = fork();
   if (process_ == 0) {
     dup2(in, STDIN_FILENO);

@@ -1,5 +1,6 @@
 // What each fault does to a reply, and which reply it hits.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "virtual_reader/host_line.h"
 #include "virtual_reader/reply.h"
@@ -82,6 +83,12 @@ TEST_F(FaultTest, AHangUpCanComeInsteadOfAReply) {
 TEST_F(FaultTest, AnUnpluggedLineHangsUpAtOnce) {
   reader_.Run("unplug");
   EXPECT_TRUE(host_.HasHungUp());
+}
+
+TEST_F(FaultTest, NobodyElseGetsTheNameOfAnUnpluggedLine) {
+  reader_.Run("unplug");
+  EXPECT_NE(0, access(("/dev/" + reader_.PortName()).c_str(), F_OK));
+  EXPECT_NE(reader_.PortName(), VirtualReader().PortName());
 }
 
 TEST_F(FaultTest, ALiteralExchangeCanEndInAHangUp) {

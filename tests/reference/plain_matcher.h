@@ -1,7 +1,7 @@
 // The comparison method, step by step as it is defined and as plainly as it
 // can be written. Speed is no aim here.
-#ifndef SRC_MVMATCH_PLAIN_MATCHER_H_
-#define SRC_MVMATCH_PLAIN_MATCHER_H_
+#ifndef TESTS_REFERENCE_PLAIN_MATCHER_H_
+#define TESTS_REFERENCE_PLAIN_MATCHER_H_
 
 #include <cstdint>
 
@@ -115,4 +115,4 @@ class Matcher {
 
 }  // namespace corvex::plain
 
-#endif  // SRC_MVMATCH_PLAIN_MATCHER_H_
+#endif  // TESTS_REFERENCE_PLAIN_MATCHER_H_

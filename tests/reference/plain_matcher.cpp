@@ -1,4 +1,4 @@
-#include "MvMatch/plain_matcher.h"
+#include "reference/plain_matcher.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,286 @@
+#include "MvMatch/pairing.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "MvMatch/pairing_kernels.h"
+
+namespace corvex {
+namespace {
+
+constexpr int32_t FloorRoot(int32_t n) {
+  int32_t root = 0;
+  while ((root + 1) * (root + 1) <= n) ++root;
+  return root;
+}
+
+// The bits of the rows let these through at most.
+constexpr int32_t kMaxSquareSum =
+    kMaxLengthDifferenceCells * kMaxLengthDifferenceCells +
+    2 * kMaxAngleDifferenceDegrees * kMaxAngleDifferenceDegrees;
+constexpr int32_t kFactorBits = 6;
+constexpr int32_t kProducts = kBestCloseness * kFullWeightFactor + 1;
+
+// Every function of the method that pairing needs, by value. Closeness 0 and
+// root 0 mean rejection: an accepted pair has at least 1 of both.
+struct Tables {
+  uint8_t closeness[kMaxSquareSum + 1];
+  uint8_t root[(kFullWeightFactor + 1) << kFactorBits];
+  // By number of different kinds, then by the product.
+  uint8_t score[3 * kProducts];
+};
+
+constexpr Tables MakeTables() {
+  Tables t{};
+  for (int32_t s = 0; s <= kMaxSquareSum; ++s) {
+    const int32_t distance = FloorRoot(s);
+    t.closeness[s] = static_cast<uint8_t>(
+        distance > kMaxStickDistance ? 0 : kBestCloseness - distance);
+  }
+  for (int32_t a = 0; a <= kFullWeightFactor; ++a) {
+    for (int32_t b = 0; b <= kFullWeightFactor; ++b) {
+      t.root[a << kFactorBits | b] = static_cast<uint8_t>(FloorRoot(a * b));
+    }
+  }
+  for (int32_t p = 0; p < kProducts; ++p) {
+    const int32_t score = (15 + p) >> 5;
+    t.score[p] = static_cast<uint8_t>(score);
+    t.score[kProducts + p] = static_cast<uint8_t>(score * 6 / 10);
+    t.score[2 * kProducts + p] = static_cast<uint8_t>(score * 6 / 10 * 6 / 10);
+  }
+  return t;
+}
+constexpr Tables kTables = MakeTables();
+
+// Pairs of the second print between two looks at the room for hits.
+constexpr int32_t kChunkPairs = 64;
+constexpr int32_t kChunkHits = kChunkPairs * kHitsPerPair;
+static_assert(kChunkHits >= kMaxRowBytes / 8, "or one pair of a wide band");
+static_assert(kMaxHits > 2 * kChunkHits, "");
+static_assert(kCandidateRoom >= kMaxCandidates + kMaxHits, "");
+
+// Difference of two angles, folded; exactly opposite ones count as equal.
+Lanes AngleDifferences(Lanes difference) {
+  const Lanes size = Abs(difference);
+  const Lanes folded = Min(size, Splat(kFullTurnDegrees) - size);
+  return folded & (folded != Splat(kHalfTurnDegrees));
+}
+
+struct EightPairs {
+  int16_t square_sum[kLanes];
+  int16_t factors[kLanes];  // index of Tables::root
+  int16_t kinds[kLanes];    // ends of different kind, times kProducts
+  int16_t first_rotation[kLanes];
+  int16_t second_rotation[kLanes];
+  int16_t rotation[kLanes];
+};
+
+struct MarkDifference {
+  Lanes factor;
+  Lanes other_kind;  // 0 or 1
+};
+
+MarkDifference CompareMarks(Lanes difference) {
+  const Lanes kinds = (difference + Splat(kKindMark / 2)) >> 8;
+  const Lanes weights = difference - (kinds << 8);
+  return {Max(Splat(kFullWeightFactor) - Abs(weights), Splat(0)), Abs(kinds)};
+}
+
+void CompareEight(const FirstPrint& first, const SecondPrint& second,
+                  const uint32_t* place, EightPairs* out) {
+  Lanes d[kLanes];
+  for (int32_t k = 0; k < kLanes; ++k) {
+    d[k] = LoadLanes(&first.traits[FirstStickOf(place[k])]) -
+           LoadLanes(&second.pairs.traits[SecondStickOf(place[k])]);
+  }
+  Transpose(d);
+  const Lanes a = AngleDifferences(d[0]);
+  const Lanes b = AngleDifferences(d[1]);
+  StoreLanes(out->square_sum, a * a + b * b + d[5] * d[5]);
+  StoreLanes(out->rotation, Lift(d[2]));
+  StoreLanes(out->first_rotation, Lift(d[3]));
+  StoreLanes(out->second_rotation, Lift(d[4]));
+  const MarkDifference ma = CompareMarks(d[6]);
+  const MarkDifference mb = CompareMarks(d[7]);
+  StoreLanes(out->factors, ma.factor << kFactorBits | mb.factor);
+  StoreLanes(out->kinds, (ma.other_kind + mb.other_kind) * kProducts);
+}
+
+void AddVotes(const EightPairs& e, int32_t k, uint32_t score, uint32_t* votes) {
+  votes[e.first_rotation[k]] += score;
+  votes[e.second_rotation[k]] += score;
+}
+
+void VoteAgain(const FirstPrint& first, const SecondPrint& second,
+               const Candidates& candidates, uint32_t* votes) {
+  const auto lift = [](int32_t d) { return d < 0 ? d + kFullTurnDegrees : d; };
+  std::memset(votes, 0, kFullTurnDegrees * sizeof *votes);
+  for (int32_t i = 0; i < candidates.count; ++i) {
+    const uint32_t c = candidates.packed[i];
+    const StickTraits& r = first.traits[FirstStickOf(c)];
+    const StickTraits& v = second.pairs.traits[SecondStickOf(c)];
+    votes[lift(r.first_direction - v.first_direction)] += ScoreOf(c);
+    votes[lift(r.second_direction - v.second_direction)] += ScoreOf(c);
+  }
+}
+
+void Score(const FirstPrint& first, const SecondPrint& second, int32_t count,
+           PairingSpace* space, Candidates* candidates) {
+  int32_t n = candidates->count;
+  for (int32_t i = 0; i < count; i += kLanes) {
+    const uint32_t* const place = space->hits.place + i;
+    EightPairs e;
+    CompareEight(first, second, place, &e);
+    const int32_t lanes = std::min(kLanes, count - i);
+    for (int32_t k = 0; k < lanes; ++k) {
+      const int32_t product =
+          kTables.closeness[e.square_sum[k]] * kTables.root[e.factors[k]];
+      const uint32_t score = kTables.score[e.kinds[k] + product];
+      AddVotes(e, k, score, space->rotation_votes);
+      candidates->packed[n] = place[k] | score;
+      candidates->rotation[n] = static_cast<uint16_t>(e.rotation[k]);
+      n += product != 0 ? 1 : 0;
+    }
+  }
+  candidates->count = n;
+}
+
+// The order of the tables: by first stick, then by the length of the second,
+// then as its pairs were found.
+constexpr int32_t kLengthBits = 8;
+uint32_t OrderKey(const SecondPrint& second, uint32_t c) {
+  const uint32_t pair = SecondStickOf(c);
+  const auto length =
+      static_cast<uint32_t>(second.pairs.traits[pair].length_code);
+  return (FirstStickOf(c) << kLengthBits | length) << kSecondStickBits | pair;
+}
+
+// The key of the last of the first `limit` candidates. Counting finds its
+// first stick; only that stick's candidates need an order.
+uint32_t FindCut(int32_t limit, const SecondPrint& second,
+                 const Candidates& candidates) {
+  uint16_t count[2 * kMaxMinutiaPairs] = {};
+  const uint32_t* const end = candidates.packed + candidates.count;
+  for (const uint32_t* c = candidates.packed; c < end; ++c) {
+    ++count[FirstStickOf(*c)];
+  }
+  uint32_t cut = 0;
+  while (count[cut] < limit) limit -= count[cut++];
+  uint32_t keys[kMaxMinutiaPairs];
+  uint32_t* last = keys;
+  for (const uint32_t* c = candidates.packed; c < end; ++c) {
+    if (FirstStickOf(*c) == cut) *last++ = OrderKey(second, *c);
+  }
+  std::nth_element(keys, keys + limit - 1, last);
+  return keys[limit - 1];
+}
+
+void MakeRoom(int32_t pairs, const SecondPrint& second, PairingSpace* space,
+              Candidates* candidates) {
+  if (candidates->count + pairs <= kCandidateRoom) return;
+  const uint32_t last = KeepFirst(kMaxCandidates, second, candidates);
+  const uint32_t stick = last >> (kLengthBits + kSecondStickBits);
+  space->segment_limit = static_cast<int32_t>(stick / 2 + 1);
+}
+
+// Each word's lowest bit goes out in place; what is left of the word queues up
+// again. Returns how many places went out; the rest, up to *count, is hits.
+int32_t TakeLowestBits(uint64_t* __restrict words, uint32_t* __restrict places,
+                       int32_t* count) {
+  auto n = static_cast<size_t>(*count);
+  size_t i = 0;
+  for (; i < n && n < kMaxHits; ++i) {
+    const uint64_t word = words[i];
+    const uint32_t place = places[i];
+    const uint64_t rest = word & (word - 1);
+    places[i] = place + PlaceOf(__builtin_ctzll(word), false, 0);
+    words[n] = rest;
+    places[n] = place;
+    n += rest != 0 ? 1 : 0;
+  }
+  *count = static_cast<int32_t>(n);
+  return static_cast<int32_t>(i);
+}
+
+// Replaces every hit by the pairs of its bits, and scores them.
+void Expand(const FirstPrint& first, const SecondPrint& second,
+            PairingSpace* space, Candidates* candidates) {
+  Hits& hits = space->hits;
+  while (hits.count > 0) {
+    int32_t n = hits.count;
+    const int32_t i = TakeLowestBits(hits.word, hits.place, &n);
+    // Whole vectors are compared: beyond the end, with the pair 0 of sticks 0.
+    std::fill_n(hits.place + n, kLanes, 0);
+    MakeRoom(i, second, space, candidates);
+    Score(first, second, i, space, candidates);
+    hits.count = n - i;
+    std::copy(hits.word + i, hits.word + n, hits.word);
+    std::copy(hits.place + i, hits.place + n, hits.place);
+  }
+}
+
+// Like CollectNarrow, for bands of any width.
+void CollectWide(const FirstPrint& first, const SecondPrint& second,
+                 int32_t pair, PairingSpace* space) {
+  const StickTraits& stick = second.pairs.traits[pair];
+  const Band band = first.band[stick.length_code];
+  const int32_t end = std::min<int32_t>(band.end, space->segment_limit);
+  const int32_t half = first.row_bytes / 2;
+  const RowPair row = RowsOf(first, stick);
+  uint64_t mask = ~uint64_t{0} << band.begin % 8;
+  for (int32_t bit = band.begin / 8 * 8; bit < end; bit += 64) {
+    if (end - bit < 64) mask &= ~(~uint64_t{0} << (end - bit));
+    const uint8_t* const p = row.first + bit / 8;
+    const uint8_t* const q = row.second + bit / 8;
+    AppendHit(LoadWord(p) & LoadWord(q + half) & mask,
+              PlaceOf(bit, false, pair), &space->hits);
+    AppendHit(LoadWord(p + half) & LoadWord(q) & mask, PlaceOf(bit, true, pair),
+              &space->hits);
+    mask = ~uint64_t{0};
+  }
+}
+
+}  // namespace
+
+uint32_t KeepFirst(int32_t limit, const SecondPrint& second,
+                   Candidates* candidates) {
+  const uint32_t cut = FindCut(limit, second, *candidates);
+  int32_t n = 0;
+  for (int32_t i = 0; i < candidates->count; ++i) {
+    candidates->packed[n] = candidates->packed[i];
+    candidates->rotation[n] = candidates->rotation[i];
+    n += OrderKey(second, candidates->packed[i]) <= cut ? 1 : 0;
+  }
+  candidates->count = n;
+  return cut;
+}
+
+void PairSticks(const FirstPrint& first, const SecondPrint& second,
+                PairingSpace* space, Candidates* candidates) {
+  static const CollectNarrowFn collect_narrow = CollectNarrowKernel();
+  candidates->count = 0;
+  space->hits.count = 0;
+  space->segment_limit = kNoSegmentLimit;
+  std::memset(space->rotation_votes, 0, sizeof space->rotation_votes);
+  for (int32_t pair = 0; pair < second.pair_count;) {
+    if (first.narrow && space->segment_limit == kNoSegmentLimit) {
+      const int32_t end = std::min(pair + kChunkPairs, second.pair_count);
+      collect_narrow(first, second, pair, end, &space->hits);
+      pair = end;
+    } else {
+      CollectWide(first, second, pair++, space);
+    }
+    if (space->hits.count > kMaxHits - kChunkHits) {
+      Expand(first, second, space, candidates);
+    }
+  }
+  Expand(first, second, space, candidates);
+  if (candidates->count > kMaxCandidates ||
+      space->segment_limit != kNoSegmentLimit) {
+    KeepFirst(kMaxCandidates, second, candidates);
+    VoteAgain(first, second, *candidates, space->rotation_votes);
+  }
+}
+
+}  // namespace corvex

@@ -1,0 +1,108 @@
+#include "MvMatch/print_sticks.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "MvMatch/segment_table.h"
+
+namespace corvex {
+namespace {
+
+// A print's minutiae by field; the tail is read by whole vectors.
+struct Fields {
+  int16_t x[kMaxMinutiae + kLanes];
+  int16_t y[kMaxMinutiae + kLanes];
+  int16_t direction[kMaxMinutiae + kLanes];
+  int16_t mark[kMaxMinutiae + kLanes];
+};
+
+Fields FieldsOf(const MinutiaeVector& minutiae) {
+  Fields fields{};
+  for (int32_t i = 0; i < minutiae.count; ++i) {
+    const Minutia& m = minutiae.entry[i];
+    fields.x[i] = m.x;
+    fields.y[i] = m.y;
+    fields.direction[i] = m.direction;
+    fields.mark[i] =
+        static_cast<int16_t>(m.weight + (m.kind == 2 ? kKindMark : 0));
+  }
+  return fields;
+}
+
+// DirectionOf for eight segments.
+Lanes Directions(Lanes dx, Lanes dy, Lanes steepness) {
+  const Lanes left = Sign(dx);
+  const Lanes down = Sign(dy);
+  const Lanes base = (left & Splat(kHalfTurnDegrees)) |
+                     (~left & down & Splat(kFullTurnDegrees));
+  return base + NegateWhere(left ^ down, steepness);
+}
+
+// The pairs of minutia i with minutiae j to j + 7.
+void FindEight(const Fields& f, const SegmentTable& table, int32_t i, int32_t j,
+               StickTraits* out) {
+  const Lanes dx = LoadLanes(f.x + j) - Splat(f.x[i]);
+  const Lanes dy = Splat(f.y[i]) - LoadLanes(f.y + j);
+  const Lanes place = Abs(dx) << 8 | Abs(dy);
+  Lanes segment;
+  for (int32_t k = 0; k < kLanes; ++k) {
+    segment[k] = table.Packed(static_cast<uint16_t>(place[k]));
+  }
+  const Lanes direction = Directions(dx, dy, segment >> 8);
+  const Lanes second_direction = LoadLanes(f.direction + j);
+  const Lanes first_direction = Splat(f.direction[i]);
+  Lanes traits[kLanes] = {Lift(direction - first_direction),
+                          Lift(direction - second_direction),
+                          direction,
+                          first_direction,
+                          second_direction,
+                          segment & Splat(0xFF),
+                          Splat(f.mark[i]),
+                          LoadLanes(f.mark + j)};
+  Transpose(traits);
+  std::memcpy(out, traits, sizeof traits);
+}
+
+void CloseFullBuckets(int32_t room, int32_t count, StickTraits* traits) {
+  uint16_t taken[kNoStick + 1] = {};
+  for (int32_t i = 0; i < count; ++i) ++taken[traits[i].length_code];
+  if (*std::max_element(taken, taken + kNoStick) <= room) return;
+  std::fill(taken, taken + kNoStick, uint16_t{0});
+  for (int32_t i = 0; i < count; ++i) {
+    int16_t& code = traits[i].length_code;
+    if (taken[code]++ >= room) code = kNoStick;
+  }
+}
+
+}  // namespace
+
+int32_t FindSticks(const MinutiaeVector& minutiae, int32_t room,
+                   MinutiaPairs* pairs) {
+  const SegmentTable& table = Segments();
+  const Fields fields = FieldsOf(minutiae);
+  constexpr Lanes kSteps = {0, 0x100, 0x200, 0x300, 0x400, 0x500, 0x600, 0x700};
+  int32_t row = 0;  // place of the pair (i, i + 1)
+  for (int32_t i = 0; i < minutiae.count; ++i) {
+    for (int32_t j = i + 1; j < minutiae.count; j += kLanes) {
+      const int32_t place = row + j - i - 1;
+      FindEight(fields, table, i, j, &pairs->traits[place]);
+      StoreLanes(&pairs->ends[place], Splat(i | j << 8) + kSteps);
+    }
+    row += minutiae.count - i - 1;
+  }
+  CloseFullBuckets(room, row, pairs->traits);
+  return row;
+}
+
+bool SameVector(const MinutiaeVector& a, const MinutiaeVector& b) {
+  return a.count == b.count &&
+         std::memcmp(a.entry, b.entry, a.count * sizeof(Minutia)) == 0;
+}
+
+void LoadSecond(const MinutiaeVector& minutiae, SecondPrint* print) {
+  if (SameVector(minutiae, print->minutiae)) return;
+  print->minutiae = minutiae;
+  print->pair_count = FindSticks(minutiae, kMaxPairsPerLength, &print->pairs);
+}
+
+}  // namespace corvex
