@@ -76,9 +76,8 @@ int32_t CodeB64(int32_t mode, void* out, const void* in, int32_t n) {
     if (n < 0) return kCodecBadArgument;
     return mode != kDecode ? Base64Length(n) + 1 : n / 4 * 3;
   }
-  return mode != kDecode
-             ? EncodeB64(static_cast<char*>(out),
-                         static_cast<const uint8_t*>(in), n)
-             : DecodeB64(static_cast<uint8_t*>(out),
-                         static_cast<const char*>(in), n);
+  return mode != kDecode ? EncodeB64(static_cast<char*>(out),
+                                     static_cast<const uint8_t*>(in), n)
+                         : DecodeB64(static_cast<uint8_t*>(out),
+                                     static_cast<const char*>(in), n);
 }

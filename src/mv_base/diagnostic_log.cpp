@@ -66,8 +66,8 @@ bool WriteRecord(int file, const char* stamp, const LogOrigin* origin,
   const int text_len = vsnprintf(nullptr, 0, format, measured);
   va_end(measured);
   if (text_len < 0) return false;
-  const size_t size = static_cast<size_t>(head_len) +
-                      static_cast<size_t>(text_len);
+  const size_t size =
+      static_cast<size_t>(head_len) + static_cast<size_t>(text_len);
   const std::unique_ptr<char[]> record(new (std::nothrow) char[size + 1]);
   if (record == nullptr) return false;
   snprintf(record.get(), size + 1, "%s", head);

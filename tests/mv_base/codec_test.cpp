@@ -17,7 +17,8 @@ const uint8_t* Bytes(const std::string& text) {
 
 std::string Decoded(const std::string& text) {
   uint8_t out[64];
-  const int32_t n = DecodeB64(out, text.data(), static_cast<int32_t>(text.size()));
+  const int32_t n =
+      DecodeB64(out, text.data(), static_cast<int32_t>(text.size()));
   return {reinterpret_cast<char*>(out), static_cast<size_t>(n)};
 }
 
@@ -25,8 +26,12 @@ TEST(Base64, EncodesEveryRestOfAGroup) {
   const struct {
     const char* in;
     const char* out;
-  } kCases[] = {{"", ""},         {"f", "Zg=="},         {"fo", "Zm8="},
-                {"foo", "Zm9v"},  {"foob", "Zm9vYg=="},  {"fooba", "Zm9vYmE="},
+  } kCases[] = {{"", ""},
+                {"f", "Zg=="},
+                {"fo", "Zm8="},
+                {"foo", "Zm9v"},
+                {"foob", "Zm9vYg=="},
+                {"fooba", "Zm9vYmE="},
                 {"foobar", "Zm9vYmFy"}};
   for (const auto& c : kCases) {
     char out[16];
@@ -42,10 +47,10 @@ TEST(Base64, EncodesEveryRestOfAGroup) {
 TEST(Base64, AnInvalidCharacterEndsTheResultSilently) {
   EXPECT_EQ("foobar", Decoded("Zm9vYmFy"));
   EXPECT_EQ("foob", Decoded("Zm9vYg=="));
-  EXPECT_EQ("foo", Decoded("Zm9vYm"));        // rest below four
-  EXPECT_EQ("foob", Decoded("Zm9vYm Fy"));    // a blank
+  EXPECT_EQ("foo", Decoded("Zm9vYm"));          // rest below four
+  EXPECT_EQ("foob", Decoded("Zm9vYm Fy"));      // a blank
   EXPECT_EQ("foo", Decoded("Zm9v\nYmFyYmFy"));  // nothing after a stop
-  EXPECT_EQ("foo", Decoded("Zm9vY===Zm9v"));  // one value gives no byte
+  EXPECT_EQ("foo", Decoded("Zm9vY===Zm9v"));    // one value gives no byte
   EXPECT_EQ("", Decoded("Zm9"));
 }
 
@@ -101,8 +106,9 @@ TEST(Crc32, MatchesThePublishedCheckValue) {
 TEST(RecordKind, OnlyFiveHeadersAreDualFeature) {
   for (int header = 0; header < 256; ++header) {
     const uint8_t record[] = {0x12, static_cast<uint8_t>(header)};
-    const int32_t expected =
-        header == 0x88 ? 2 : header >= 0x80 && header <= 0x83 ? 3 : -1;
+    const int32_t expected = header == 0x88                     ? 2
+                             : header >= 0x80 && header <= 0x83 ? 3
+                                                                : -1;
     EXPECT_EQ(expected, cx_chkmut(record)) << header;
   }
   const uint8_t other_tag[] = {0x13, 0x88};

@@ -37,8 +37,9 @@ TEST(DiagnosticLog, ARecordNamesTimePlaceProcessAndThread) {
   const std::string stamp = R"(\d\d:\d\d:\d\d\.\d{3}  )";
   const std::regex expected(
       stamp + R"(\[src/mv_base:\d+\]\[)" + std::to_string(getpid()) + R"(:)" +
-      std::to_string(cx_gettid()) + R"(\] corvex_open_uart 串口:\[ttyUSB0\]\n)" +
-      stamp + R"(\[src/mv_base:\d+\] CxSplitJson 参数错误\n)" + stamp + R"(7\n)");
+      std::to_string(cx_gettid()) +
+      R"(\] corvex_open_uart 串口:\[ttyUSB0\]\n)" + stamp +
+      R"(\[src/mv_base:\d+\] CxSplitJson 参数错误\n)" + stamp + R"(7\n)");
   EXPECT_TRUE(std::regex_match(DayLog(), expected)) << DayLog();
 }
 
@@ -59,7 +60,8 @@ TEST(DiagnosticLog, RecordsOfManyThreadsStayWhole) {
     });
   }
   for (auto& thread : threads) thread.join();
-  const std::regex whole(R"(\d\d:\d\d:\d\d\.\d{3}  \[src/mv_base:\d+\]\[\d+:\d+\] x{500})");
+  const std::regex whole(
+      R"(\d\d:\d\d:\d\d\.\d{3}  \[src/mv_base:\d+\]\[\d+:\d+\] x{500})");
   std::istringstream log(DayLog());
   int records = 0;
   for (std::string line; std::getline(log, line); ++records) {

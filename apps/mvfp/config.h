@@ -1,0 +1,30 @@
+// What the command line asks for.
+#ifndef APPS_MVFP_CONFIG_H_
+#define APPS_MVFP_CONFIG_H_
+
+#include <string>
+
+namespace corvex::mvfp {
+
+struct Config {
+  std::string command;  // "capture", "log follow"
+  bool json = false;
+
+  // The device commands.
+  std::string port;
+  std::string box;
+  int timeout_s = 0;
+  std::string output;  // file for the text; "" is standard output
+
+  // match and inspect: a text, a file's name, "@" and a file's name, or "-".
+  std::string first;
+  std::string second;
+  int level = 3;
+  std::string picture;  // file name ending in .svg or .png
+
+  bool from_start = false;  // log follow
+};
+
+}  // namespace corvex::mvfp
+
+#endif  // APPS_MVFP_CONFIG_H_

@@ -1,0 +1,152 @@
+// A reader on a pseudo-terminal, for programs that have no hardware at hand.
+//
+//   VirtualReader reader;
+//   reader.Run("press 12 1; flip 20 on capture");
+//   FG_GetDevVersion(reader.PortName().c_str(), "", 9600, text);
+//
+// It speaks the whole protocol, remembers what it was asked, and names every
+// request that a real reader would not understand. A thread of its own serves
+// the line; all functions may be called from any thread. What a host wrote
+// before a query is part of the query's answer: tests need no sleep.
+#ifndef APPS_VIRTUAL_READER_VIRTUAL_READER_H_
+#define APPS_VIRTUAL_READER_VIRTUAL_READER_H_
+
+#include <termios.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "virtual_reader/descriptor.h"
+#include "virtual_reader/device.h"
+#include "virtual_reader/pseudo_terminal.h"
+#include "virtual_reader/timeline.h"
+
+namespace corvex::vreader {
+
+struct Transfer {
+  enum class Direction { kToReader, kToHost };
+  Direction direction;
+  std::chrono::microseconds time;  // since the reader's start
+  std::string text;
+};
+
+struct Options {
+  int baud = 0;  // 0: as fast as possible
+  Bytes version = {2, 15};
+  std::string serial = "CX1206A0001900004711202600000042";
+  FingerBook fingers;       // without more ado: all the synthetic ones
+  bool keeps_trace = true;  // off: Trace() and Requests() stay empty
+  // Called from the reader's thread; must not call the reader.
+  std::function<void(const Transfer&)> on_transfer;
+  std::function<void(const std::string&)> on_error;
+  std::function<void()> on_end;  // the script has said quit or unplug
+};
+
+class VirtualReader {
+ public:
+  // The answer to one literal request, built piece by piece. An exchange
+  // without a reply is silence.
+  class Exchange {
+   public:
+    Exchange& Reply(std::string text);
+    Exchange& Wait(std::chrono::milliseconds time);  // before what follows
+    Exchange& HangUp();                              // after the last reply
+
+   private:
+    friend class VirtualReader;
+    Exchange(VirtualReader* reader, std::string request)
+        : reader_(reader), request_(std::move(request)) {}
+    VirtualReader* reader_;
+    std::string request_;
+    std::chrono::microseconds wait_{0};
+  };
+
+  explicit VirtualReader(Options options = {});
+  ~VirtualReader();
+  VirtualReader(const VirtualReader&) = delete;
+  VirtualReader& operator=(const VirtualReader&) = delete;
+
+  // The name below /dev, such as "pts/7".
+  const std::string& PortName() const { return port_name_; }
+
+  // Adds script lines behind those that are not done yet. Throws
+  // std::invalid_argument, and adds none, when one has an error or names a
+  // finger that the reader does not have. For messages, lines count from
+  // `first_line`.
+  void Run(std::string_view script, int first_line = 1);
+
+  // From now on this text, to the last character, gets the exchange's answer
+  // and is no error whatever it is. Replaces an earlier one for the same text.
+  Exchange On(std::string request);
+
+  // A record for scripts to press.
+  void AddRecord(const std::string& finger, int impression, Bytes record);
+
+  // At once: this record lies on the sensor, or nothing does.
+  void Press(Bytes record);
+  void Lift();
+
+  std::vector<std::string> Requests() const;
+  std::vector<Transfer> Trace() const;
+  // What a real reader would not have understood, oldest first.
+  std::vector<std::string> Errors() const;
+  Tally Counts() const;
+  int Beeps() const { return Counts().beeps; }
+  char Selector() const;  // the switch box's letter; 0 when none came
+  int Speed() const;      // the speed index; -1 when none came
+  bool ScriptDone() const;
+
+  // The settings of the host's side of the line.
+  termios TerminalSettings() const;
+
+ private:
+  void Serve();
+  bool WaitForInput(uint64_t* owed);
+  int PollTime() const;
+  void Receive();
+  void Handle(Request request);
+  Delivery Decide(Request* request);
+  void Send(const Delivery& delivery, TimePoint started);
+  bool SleepUntil(TimePoint due) const;
+  void Write(std::string_view text) const;
+  void AwaitHostRead() const;
+  void Advance();
+  void End();
+  void Report(const Request& request);
+  void Record(Transfer::Direction direction, std::string text);
+  void Settle() const;
+
+  const Options options_;
+  const TimePoint start_;
+  const Descriptor stop_;  // eventfd: the thread shall end
+  const Descriptor sync_;  // eventfd: one for every Settle in progress
+  PseudoTerminal terminal_;
+  const std::string port_name_;
+
+  mutable std::mutex mutex_;
+  mutable std::condition_variable settled_;
+  mutable uint64_t settle_wanted_ = 0;
+  uint64_t settle_done_ = 0;
+  Device device_;
+  Timeline timeline_;
+  std::map<std::string, Delivery> canned_;
+  RequestScanner scanner_;
+  TimePoint request_start_;
+  TimePoint last_input_;
+  std::vector<Transfer> trace_;
+  std::vector<std::string> errors_;
+  bool ended_ = false;
+
+  std::thread thread_;  // last: it uses all of the above
+};
+
+}  // namespace corvex::vreader
+
+#endif  // APPS_VIRTUAL_READER_VIRTUAL_READER_H_

@@ -1,0 +1,11 @@
+# Cross-build for 64-bit ARM with Debian's toolchain; libraries come from the
+# arm64 packages (dpkg --add-architecture arm64), programs run under user-mode
+# emulation.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
+set(PKG_CONFIG_EXECUTABLE aarch64-linux-gnu-pkg-config)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -1,0 +1,102 @@
+#!/usr/bin/env bash
+# Shows the driver at work without hardware: installs what is missing, builds,
+# starts a virtual reader, enrols a finger and compares it with two others.
+#
+#   scripts/demo.sh                  synthetic fingers
+#   scripts/demo.sh --records FILE   the fingers of a file: a record a line, as
+#                                    mvfp prints them, or four columns (see
+#                                    mvfp-vreader --help)
+#
+# Exit status 0: all went as it should.
+set -euo pipefail
+
+usage() { sed -n '2,/^$/s/^# \{0,1\}//p' "$0"; }
+
+reader_options=()
+case "${1-}" in
+  '') ;;
+  --records)
+    records=$(realpath -e "${2:?--records needs a file}")
+    reader_options=(--records "$records")
+    ;;
+  -h | --help) usage; exit ;;
+  *) usage >&2; exit 2 ;;
+esac
+
+cd "$(dirname "$0")/.."
+readonly build=$PWD/build/demo
+export PATH=$build/out:$build/apps/virtual_reader:$PATH
+
+heading() { printf '\n== %s\n' "$1"; }
+
+show() {
+  printf '$ %s\n' "$*"
+  "$@"
+}
+
+build_tools() {
+  local launcher
+  launcher=$(command -v ccache || true)
+  cmake --preset release -B "$build" -DMV_BUILD_TESTS=OFF -DMV_BUILD_BENCH=OFF \
+    ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >"$build.log"
+  cmake --build "$build" -- mvfp mvfp-vreader >>"$build.log"
+}
+
+# Everything that the demo leaves behind is gone when it ends, however it ends.
+work=$(mktemp -d)
+cleanup() {
+  if [ -n "${READER_PID-}" ]; then kill "$READER_PID" 2>/dev/null || true; fi
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+tell_reader() { printf '%s\n' "$1" >&"${READER[1]}"; }
+
+# Each press shows the reader a new impression of the finger.
+press() { tell_reader "press $1; wait-for beep; lift; wait 700"; }
+
+heading "Building the driver and the tools"
+scripts/install-deps.sh demo
+mkdir -p build
+build_tools || { cat "$build.log" >&2; exit 1; }
+echo "built in build/demo; output in build/demo.log"
+
+heading "Starting a virtual reader"
+coproc READER { exec mvfp-vreader --script - "${reader_options[@]}"; }
+read -r MVFP_PORT <&"${READER[0]}"
+export MVFP_PORT
+echo "its port is /dev/$MVFP_PORT, and MVFP_PORT says so to the tool"
+cd "$work"
+
+heading "Which reader is it?"
+show mvfp version
+show mvfp sn
+
+heading "Enrol finger 1: three presses"
+for _ in 1 2 3; do press 1; done
+show mvfp enroll --output finger1.template
+show mvfp inspect finger1.template | head -5
+echo "..."
+
+heading "The same finger again"
+press 1
+show mvfp capture --output finger1.feature
+same=0
+show mvfp match finger1.template finger1.feature || same=$?
+
+heading "Another finger"
+press 2
+show mvfp capture --output finger2.feature
+other=0
+show mvfp match finger1.template finger2.feature || other=$?
+
+heading "Stopping the reader"
+reader=$READER_PID
+tell_reader quit
+wait "$reader"
+echo "it understood every request"
+
+if [ "$same" -ne 0 ] || [ "$other" -ne 1 ]; then
+  echo "these two fingers were not told apart as they should be" >&2
+  exit 1
+fi

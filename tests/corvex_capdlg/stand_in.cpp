@@ -1,0 +1,43 @@
+#include "corvex_capdlg/stand_in.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include "support/temp_file.h"
+
+namespace support {
+
+std::string InstallStandIn(const std::string& directory, StandIn behaviour) {
+  namespace fs = std::filesystem;
+  const fs::path path = fs::path(directory) / "cx_capdlg";
+  fs::create_directories(directory);
+  fs::copy_file(STAND_IN_PROGRAM, path, fs::copy_options::overwrite_existing);
+  WriteFile("/tmp/stand_in_behaviour", behaviour == StandIn::kObeys ? "obeys"
+                                       : behaviour == StandIn::kStubborn
+                                           ? "stubborn"
+                                           : "ends");
+  return path;
+}
+
+std::string StandInNotes() { return ReadFile("/tmp/stand_in_notes"); }
+
+bool StandInNoted(const std::string& line) {
+  return Eventually([&] {
+    return ("\n" + StandInNotes()).find("\n" + line + "\n") !=
+           std::string::npos;
+  });
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + std::chrono::seconds(10);
+  while (!condition()) {
+    if (Clock::now() > deadline) return false;
+    usleep(10000);
+  }
+  return true;
+}
+
+}  // namespace support

@@ -1,0 +1,29 @@
+// A stand-in for the prompt window, for tests.
+#ifndef TESTS_CORVEX_CAPDLG_STAND_IN_H_
+#define TESTS_CORVEX_CAPDLG_STAND_IN_H_
+
+#include <functional>
+#include <string>
+
+namespace support {
+
+// What the stand-in does: takes items until it is asked to close; takes them
+// and stays; ends at once.
+enum class StandIn { kObeys, kStubborn, kEndsAtOnce };
+
+// Installs it as `directory`/cx_capdlg and returns that path.
+std::string InstallStandIn(const std::string& directory, StandIn behaviour);
+
+// The lines that the stand-ins have noted: "start <argument> <dialog type>
+// <time-out>", "text <text>", "images <length> <length>", "quit".
+std::string StandInNotes();
+
+// Waits until the notes hold that line; false after ten seconds.
+bool StandInNoted(const std::string& line);
+
+// Whether a condition comes true within ten seconds.
+bool Eventually(const std::function<bool()>& condition);
+
+}  // namespace support
+
+#endif  // TESTS_CORVEX_CAPDLG_STAND_IN_H_
