@@ -67,18 +67,24 @@ bool IsSent(int32_t length) {
   return length >= 0 && length <= CX_SMO_IMAGE_BYTES;
 }
 
-void LookAt(const smo_data_t& item) {
+void LookAtPicture(const smo_data_t& item) {
   MUST(IsSent(item.img1_len) && IsSent(item.img2_len));
-  const char* const text = reinterpret_cast<const char*>(&item) + kTextAt;
-  MUST(strnlen(text, sizeof item - kTextAt) < sizeof item - kTextAt);
-  const std::string shown = corvex::ShownText(item);
-  MUST(shown.find('\n') == std::string::npos);
-  corvex::PressOf(shown);
   // A copy of just these bytes: the sanitizer guards their end.
   const auto length = static_cast<size_t>(item.img1_len);
   const auto picture = std::make_unique<uint8_t[]>(length);
   std::copy_n(item.img1_data, length, picture.get());
   corvex::IsBmp(picture.get(), length);
+}
+
+// A long text may run over the pictures' flag, but never so that a length of
+// its making is believed.
+void LookAt(const smo_data_t& item) {
+  const char* const text = reinterpret_cast<const char*>(&item) + kTextAt;
+  MUST(strnlen(text, sizeof item - kTextAt) < sizeof item - kTextAt);
+  const std::string shown = corvex::ShownText(item);
+  MUST(shown.find('\n') == std::string::npos);
+  corvex::PressOf(shown);
+  if (item.img_flag == 1) LookAtPicture(item);
 }
 
 void WindowSide() {
