@@ -17,6 +17,12 @@ namespace {
 
 constexpr int32_t kExitWaitMs = 3000;
 
+// A host may unload the library in mid session.
+struct StagingAtUnload {
+  ~StagingAtUnload() { free(m_smo_data); }
+};
+const StagingAtUnload g_staging_at_unload;
+
 bool m_binit = false;
 std::string m_dlgAppFile;
 

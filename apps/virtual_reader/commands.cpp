@@ -7,13 +7,13 @@ namespace corvex::vreader {
 namespace {
 
 constexpr Command kCommands[] = {
-    {Action::kVersion, "version", 0x10, "", 0x00},
-    {Action::kSpeed, "speed", 0x12, "00", 0x07},
-    {Action::kProbe, "probe", 0x13, "00", 0x00},
-    {Action::kCapture, "capture", 0x14, "01", 0x01},
-    {Action::kSerial, "serial", 0x15, "0E000032000000", 0x0E},
-    {Action::kLed, "led", 0x17, "000A", 0x00},
-    {Action::kBeep, "beep", 0x17, "010A", 0x01},
+    {"version", "", Action::kVersion, 0x10, 0x00},
+    {"speed", "00", Action::kSpeed, 0x12, 0x07},
+    {"probe", "00", Action::kProbe, 0x13, 0x00},
+    {"capture", "01", Action::kCapture, 0x14, 0x01},
+    {"serial", "0E000032000000", Action::kSerial, 0x15, 0x0E},
+    {"led", "000A", Action::kLed, 0x17, 0x00},
+    {"beep", "010A", Action::kBeep, 0x17, 0x01},
 };
 
 bool Accepts(const Command& command, const Bytes& payload) {

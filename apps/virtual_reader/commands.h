@@ -11,11 +11,11 @@ namespace corvex::vreader {
 enum class Action { kVersion, kSpeed, kProbe, kCapture, kSerial, kLed, kBeep };
 
 struct Command {
-  Action action;
-  std::string_view name;  // in scripts and messages
-  uint8_t code;
+  std::string_view name;     // in scripts and messages
   std::string_view payload;  // hex; the first byte is the least one allowed
-  uint8_t first_max;         // the greatest one
+  Action action;
+  uint8_t code;
+  uint8_t first_max;  // the greatest first byte
 };
 
 // Null when there is none.

@@ -76,16 +76,16 @@ std::optional<Reply> Device::Answer(Request* request) {
   reply.command = request->command;
   const Command* const command =
       FindCommand(request->command, request->payload);
-  if (request->problem.empty() && command == nullptr) {
+  if (request->problem.empty() && command != nullptr) {
+    Obey(*command, *request, &reply);
+    return reply;
+  }
+  if (request->problem.empty()) {
     request->problem = IsKnownCode(request->command)
                            ? "a payload that this command does not have"
                            : "an unknown command";
   }
-  if (request->problem.empty()) {
-    Obey(*command, *request, &reply);
-  } else {
-    reply.status = kStatusRefused;
-  }
+  reply.status = kStatusRefused;
   return reply;
 }
 

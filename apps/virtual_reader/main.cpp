@@ -1,10 +1,10 @@
 // mvfp-vreader: a fingerprint reader on a pseudo-terminal.
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include "virtual_reader/record_file.h"
 #include "virtual_reader/script.h"
@@ -143,9 +143,7 @@ bool Load(const Config& config, ServingOptions* options) {
   return LoadFingers(config, options) && LoadScript(config, options);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   Config config;
   CLI::App app("A fingerprint reader on a pseudo-terminal.", kProgram);
   AddOptions(&app, &config);
@@ -157,9 +155,15 @@ int main(int argc, char** argv) {
   config.traces = app.count("--trace") > 0;
   ServingOptions options;
   if (!Load(config, &options)) return kExitUsage;
+  return Serve(options) ? kExitOk : kExitMisunderstood;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
   try {
-    return Serve(options) ? kExitOk : kExitMisunderstood;
-  } catch (const std::system_error& error) {
+    return Run(argc, argv);
+  } catch (const std::exception& error) {
     fprintf(stderr, "%s: %s\n", kProgram, error.what());
     return kExitUsage;
   }

@@ -21,8 +21,8 @@ class Random {
   }
   // Both ends included.
   int Between(int least, int most) {
-    const auto span = static_cast<uint64_t>(most - least + 1);
-    return least + static_cast<int>(Next() % span);
+    const int span = most - least + 1;
+    return least + static_cast<int>(Next() % static_cast<uint64_t>(span));
   }
   // Around 0, with small values more likely than those near the spread.
   int Jitter(int spread) {

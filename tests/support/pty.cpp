@@ -21,7 +21,10 @@ Pty::Pty() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)), keeper_(-1) {
   name_ = path + strlen("/dev/");
 }
 
-Pty::~Pty() { HangUp(); }
+Pty::~Pty() {
+  HangUp();
+  if (keeper_ >= 0) close(keeper_);
+}
 
 void Pty::Send(const std::string& bytes) const {
   ASSERT_EQ(static_cast<ssize_t>(bytes.size()),
@@ -41,9 +44,9 @@ std::string Pty::Receive(size_t count) const {
 }
 
 void Pty::HangUp() {
-  if (keeper_ >= 0) close(keeper_);
+  // The keeper stays: the kernel would give the freed name to another test.
   if (master_ >= 0) close(master_);
-  keeper_ = master_ = -1;
+  master_ = -1;
 }
 
 termios Pty::Settings() const {
