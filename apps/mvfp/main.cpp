@@ -3,6 +3,7 @@
 // In this order: the commands, their help, the parsing, main.
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <cstdio>
 #include <exception>
 
 #include "commands.h"
@@ -279,11 +280,7 @@ int Run(const Choice& choice) {
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  // A caller that ignores its children must not keep this tool from its own.
-  signal(SIGCHLD, SIG_DFL);
+int ParseAndRun(int argc, char** argv) {
   Choice choice;
   CLI::App app("Enrol, capture and compare fingerprints.", "mvfp");
   AddEverything(&app, &choice);
@@ -295,4 +292,17 @@ int main(int argc, char** argv) {
     return PrintUsageError(app, error, choice.config, AsksForJson(argc, argv));
   }
   return Run(choice);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A caller that ignores its children must not keep this tool from its own.
+  signal(SIGCHLD, SIG_DFL);
+  try {
+    return ParseAndRun(argc, argv);
+  } catch (...) {
+    fputs("mvfp: out of memory\n", stderr);
+    return corvex::mvfp::kExitFailed;
+  }
 }

@@ -226,6 +226,15 @@ TEST_F(ToolTest, ABusyReaderIsNamedAsSuch) {
   EXPECT_EQ(std::string::npos, run.err.find("refused")) << run.err;
 }
 
+// The call says "no finger" for this too; only its ten seconds tell.
+TEST_F(ToolTest, ASilentReaderIsNotMistakenForAnEmptySensor) {
+  reader_.Run("press anna; silence on probe");
+  const Finished run = RunTool(With({"probe"}));
+  EXPECT_EQ(1, run.exit_code);
+  EXPECT_EQ("no finger\n", run.out);
+  EXPECT_NE(std::string::npos, run.err.find("did not answer the probe"));
+}
+
 TEST(PortTest, WhatIsWrongWithThePortIsSaid) {
   for (const auto& [port, text] : std::map<std::string, std::string>{
            {"ttyNONE", "there is no /dev/ttyNONE"},
