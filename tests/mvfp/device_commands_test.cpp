@@ -85,6 +85,14 @@ const std::vector<Situation>& Situations() {
        0,
        SampleRecord(40) + "\n",
        {}},
+      // There is no screen here: the enrolment goes on without a window.
+      {"GuidedEnrolmentOfThreeFingers",
+       {"enroll", "--guided", "-t", "30"},
+       "press anna; wait-for captures 1; press bert; wait-for captures 1; "
+       "press carl",
+       4,
+       "",
+       {"the three presses do not agree (FG_TipsGetTemplate -601)"}},
       {"CaptureWithoutFinger",
        {"capture", "-t", "1"},
        "",
