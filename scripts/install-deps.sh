@@ -2,22 +2,25 @@
 # Installs the Debian packages that a job needs. Says nothing when they are
 # all there; without root it says which are missing and fails.
 #
-# usage: scripts/install-deps.sh demo|tests
+# usage: scripts/install-deps.sh demo|guided-demo|tests
 set -eu
 
 # To build the driver and the tools, and to show them.
 DEMO='g++ cmake ninja-build pkg-config libcjson-dev libcli11-dev
   nlohmann-json3-dev libcairo2-dev zlib1g-dev fonts-dejavu-core'
 
+# The prompt window as well.
+GUIDED_DEMO="$DEMO qt6-base-dev fonts-noto-cjk procps"
+
 # To build everything, with both compilers, and to test it.
-TESTS="$DEMO ccache clang clang-format clang-tidy libgtest-dev
-  libbenchmark-dev qt6-base-dev xvfb xdotool x11-utils openbox imagemagick
-  fonts-noto-cjk procps"
+TESTS="$GUIDED_DEMO ccache clang clang-format clang-tidy libgtest-dev
+  libbenchmark-dev xvfb xdotool x11-utils openbox imagemagick"
 
 case "${1-}" in
   demo) wanted=$DEMO ;;
+  guided-demo) wanted=$GUIDED_DEMO ;;
   tests) wanted=$TESTS ;;
-  *) echo "usage: $0 demo|tests" >&2; exit 2 ;;
+  *) echo "usage: $0 demo|guided-demo|tests" >&2; exit 2 ;;
 esac
 
 # One line for each architecture that the package is there for.

@@ -104,9 +104,9 @@ void CompareEight(const FirstPrint& first, const SecondPrint& second,
   const Lanes a = AngleDifferences(d[0]);
   const Lanes b = AngleDifferences(d[1]);
   StoreLanes(out->square_sum, Squares(a) + Squares(b) + Squares(d[5]));
-  StoreLanes(out->rotation, Lift(d[2]));
-  StoreLanes(out->first_rotation, Lift(d[3]));
-  StoreLanes(out->second_rotation, Lift(d[4]));
+  StoreLanes(out->rotation, Lift(d[4]));
+  StoreLanes(out->first_rotation, Lift(d[2]));
+  StoreLanes(out->second_rotation, Lift(d[3]));
   const MarkDifference ma = CompareMarks(d[6]);
   const MarkDifference mb = CompareMarks(d[7]);
   StoreLanes(out->factors, ma.factor << kFactorBits | mb.factor);
