@@ -65,8 +65,8 @@ struct FirstPrint {
 struct RowScratch {
   static constexpr int32_t kAngles =
       kFullTurnDegrees + 2 * kMaxAngleDifferenceDegrees + 1;
-  alignas(kColumnBytes) uint8_t angle[kAngles * kColumnBytes];
-  alignas(kColumnBytes) uint8_t tail[kAngles * kColumnBytes];
+  uint8_t angle[kAngles * kColumnBytes];
+  uint8_t tail[kAngles * kColumnBytes];
 };
 
 // Room for work that is of no use afterwards.
