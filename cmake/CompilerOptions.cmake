@@ -32,7 +32,7 @@ if(NOT MV_SANITIZE)
   endif()
   # Without optimisation the checks of the C library warn instead of working.
   add_compile_options(
-    "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
   add_link_options(LINKER:-z,relro,-z,now,-z,noexecstack,-z,text)
 endif()
 
