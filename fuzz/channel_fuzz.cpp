@@ -82,7 +82,7 @@ void LookAt(const smo_data_t& item) {
   const char* const text = reinterpret_cast<const char*>(&item) + kTextAt;
   MUST(strnlen(text, sizeof item - kTextAt) < sizeof item - kTextAt);
   const std::string shown = corvex::ShownText(item);
-  MUST(shown.find('\n') == std::string::npos);
+  MUST(shown.size() <= sizeof item.msg_text);
   corvex::PressOf(shown);
   if (item.img_flag == 1) LookAtPicture(item);
 }
