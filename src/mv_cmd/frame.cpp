@@ -169,13 +169,15 @@ int32_t corvex_dev_io(int32_t fd, uint8_t cmd, const uint8_t* payload,
     MV_LOG("corvex_dev_io 下发数据超长[%d]\n", payload_len);
     return kDevBadArgument;
   }
-  const int32_t sent = Send(fd, cmd, payload, payload_len);
-  if (sent < 0) return sent;
+  // Before anything is sent: a reply that nobody reads would be taken for the
+  // next command's.
   const std::unique_ptr<uint8_t[]> text(new (std::nothrow)
                                             uint8_t[kReceiveBytes]());
   if (text == nullptr) {
     MV_LOG("corvex_dev_io 申请内存空间失败[-99]\n");
     return kDevNoMemory;
   }
+  const int32_t sent = Send(fd, cmd, payload, payload_len);
+  if (sent < 0) return sent;
   return Receive(fd, cmd, text.get(), out, out_len);
 }
