@@ -114,12 +114,17 @@ static void* Next(const char* name) {
   static __typeof__(&(function)) real; \
   if (real == NULL) *(void**)&real = Next(#function)
 
+static void NoteExec(bool closes) {
+  if (g_state.inside && !closes) ++g_state.report.kept_on_exec;
+}
+
 int open(const char* path, int flags, ...) {
   REAL(open);
   va_list args;
   va_start(args, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
   va_end(args);
+  NoteExec((flags & O_CLOEXEC) != 0);
   return FailsOn(kShimOpen, path) ? -1 : real(path, flags, mode);
 }
 
@@ -283,6 +288,7 @@ void free(void* block) {
 
 FILE* fopen(const char* path, const char* mode) {
   REAL(fopen);
+  NoteExec(strchr(mode, 'e') != NULL);
   return FailsOn(kShimFopen, path) ? NULL : real(path, mode);
 }
 
@@ -312,6 +318,7 @@ void* shmat(int id, const void* address, int flags) {
 
 FILE* popen(const char* command, const char* mode) {
   REAL(popen);
+  NoteExec(strchr(mode, 'e') != NULL);
   return FailsOn(kShimPopen, command) ? NULL : real(command, mode);
 }
 

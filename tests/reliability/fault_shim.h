@@ -44,6 +44,7 @@ enum { kShimShort = -1 };
 typedef struct {
   int32_t calls[kShimFunctions];
   int32_t allocations_left; /* made less freed */
+  int32_t kept_on_exec;     /* opened so that a started program has it too */
   int64_t waited_ms;        /* by the test clock, in no time */
   bool failed;              /* the chosen call was reached */
   char target[128];         /* what it was about: a path, a name */

@@ -119,6 +119,17 @@ TEST(Surroundings, ChildrenThatAnotherThreadForksDoNotKeepTheLock) {
   }
 }
 
+TEST(Surroundings, NoProgramThatAHostStartsInheritsWhatTheDriverOpened) {
+  Bench bench;
+  support::SwitchLogOn();
+  for (const ExportedCall& call : kExportedCalls) {
+    // The double of the algorithm library is no part of the driver.
+    if (std::string(call.name) == "FG_FpMatch_InTheLibrary") continue;
+    EXPECT_EQ(0, MakeCall(call, bench).code) << call;
+    EXPECT_EQ(0, bench.Report().kept_on_exec) << call;
+  }
+}
+
 TEST(Surroundings, AHostThatIgnoresItsChildrenIsGuidedAllTheSame) {
   Bench bench;
   signal(SIGCHLD, SIG_IGN);
