@@ -17,6 +17,14 @@
 
 namespace support {
 
+// A sanitizer brings its own allocator: never denied memory, and keeping what
+// is freed.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
 struct Outcome {
   int code = 0;
   std::string output;  // what the caller's buffers hold

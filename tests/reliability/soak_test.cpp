@@ -38,13 +38,6 @@ constexpr Scripted kFaults[] = {
     {"garbage 00", -14, -7, -10},
 };
 
-// A sanitizer keeps what is freed.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kFreedIsGone = false;
-#else
-constexpr bool kFreedIsGone = true;
-#endif
-
 // Pages of the process in memory, those that the allocator could do without
 // not counted.
 long ResidentPages() {
@@ -137,7 +130,7 @@ TEST_F(Soak, TenThousandCallsGiveWhatTheyShouldAndTakeNothing) {
   const long at_the_end = PagesAfterEachCall();
   printf("%d calls, %d of them with a fault; %ld and %ld pages\n", kCalls,
          faults_, warmed_up, at_the_end);
-  if (kFreedIsGone) {
+  if (!support::kSanitized) {
     EXPECT_LE(at_the_end, warmed_up + warmed_up / 100);
   }
   EXPECT_EQ(descriptors, support::OpenDescriptors());

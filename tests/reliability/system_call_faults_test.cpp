@@ -167,7 +167,7 @@ TEST_P(SystemCallFaults, HarmTheCallAloneAndLeaveNothingBehind) {
     points += tried;
   }
   printf("%s: %d points survived\n", GetParam().name, points);
-  EXPECT_GT(points, 0);
+  EXPECT_TRUE(points > 0 || support::kSanitized);
 }
 
 INSTANTIATE_TEST_SUITE_P(InTurn, SystemCallFaults,
