@@ -31,10 +31,10 @@ constexpr int kTimeoutSeconds = 30;
 constexpr int kNoReply = -99;
 
 std::string Text(const Bytes& record) {
-  std::string text(Base64Length(static_cast<int32_t>(record.size())) + 1, '\0');
-  EncodeB64(text.data(), record.data(), static_cast<int32_t>(record.size()));
-  text.pop_back();
-  return text;
+  const auto size = static_cast<int32_t>(record.size());
+  std::vector<char> text(static_cast<size_t>(Base64Length(size)) + 1);
+  EncodeB64(text.data(), record.data(), size);
+  return text.data();
 }
 
 Outcome QueryVersion(Bench& bench, const char* box) {
