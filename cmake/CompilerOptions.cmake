@@ -19,6 +19,11 @@ if(MV_SANITIZE)
   endif()
 endif()
 
+# Every module tells the fuzzers which of its branches an input reached.
+if(MV_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # The log's format checks, the shared block's offsets and the record's byte
 # order all assume this.
 if(NOT CMAKE_SIZEOF_VOID_P EQUAL 8)

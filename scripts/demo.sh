@@ -6,6 +6,7 @@
 #   scripts/demo.sh --records FILE   the fingers of a file: a record a line, as
 #                                    mvfp prints them, or four columns (see
 #                                    mvfp-vreader --help)
+#   scripts/demo.sh --guided         enrol with the prompt window on the screen
 #
 # Exit status 0: all went as it should.
 set -euo pipefail
@@ -13,19 +14,34 @@ set -euo pipefail
 usage() { sed -n '2,/^$/s/^# \{0,1\}//p' "$0"; }
 
 reader_options=()
-case "${1-}" in
-  '') ;;
-  --records)
-    records=$(realpath -e "${2:?--records needs a file}")
-    reader_options=(--records "$records")
-    ;;
-  -h | --help) usage; exit ;;
-  *) usage >&2; exit 2 ;;
-esac
+enroll_options=()
+targets=(mvfp mvfp-vreader)
+packages=demo
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --records)
+      records=$(realpath -e "${2:?--records needs a file}")
+      reader_options=(--records "$records")
+      shift
+      ;;
+    --guided)
+      if [ -z "${DISPLAY-}${WAYLAND_DISPLAY-}" ]; then
+        echo "--guided needs a screen, and there is none here" >&2
+        exit 2
+      fi
+      enroll_options=(--guided)
+      targets+=(cx_capdlg)
+      packages=guided-demo
+      ;;
+    -h | --help) usage; exit ;;
+    *) usage >&2; exit 2 ;;
+  esac
+  shift
+done
 
 cd "$(dirname "$0")/.."
 readonly build=$PWD/build/demo
-export PATH=$build/out:$build/apps/virtual_reader:$PATH
+export PATH=$build/out:$PATH
 
 heading() { printf '\n== %s\n' "$1"; }
 
@@ -39,7 +55,7 @@ build_tools() {
   launcher=$(command -v ccache || true)
   cmake --preset release -B "$build" -DMV_BUILD_TESTS=OFF -DMV_BUILD_BENCH=OFF \
     ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >"$build.log"
-  cmake --build "$build" -- mvfp mvfp-vreader >>"$build.log"
+  cmake --build "$build" -- "${targets[@]}" >>"$build.log"
 }
 
 # Everything that the demo leaves behind is gone when it ends, however it ends.
@@ -56,7 +72,7 @@ tell_reader() { printf '%s\n' "$1" >&"${READER[1]}"; }
 press() { tell_reader "press $1; wait-for beep; lift; wait 700"; }
 
 heading "Building the driver and the tools"
-scripts/install-deps.sh demo
+scripts/install-deps.sh "$packages"
 mkdir -p build
 build_tools || { cat "$build.log" >&2; exit 1; }
 echo "built in build/demo; output in build/demo.log"
@@ -74,7 +90,7 @@ show mvfp sn
 
 heading "Enrol finger 1: three presses"
 for _ in 1 2 3; do press 1; done
-show mvfp enroll --output finger1.template
+show mvfp enroll --output finger1.template "${enroll_options[@]}"
 show mvfp inspect finger1.template | head -5
 echo "..."
 

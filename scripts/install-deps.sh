@@ -2,33 +2,47 @@
 # Installs the Debian packages that a job needs. Says nothing when they are
 # all there; without root it says which are missing and fails.
 #
-# usage: scripts/install-deps.sh demo|tests
+# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64
 set -eu
 
 # To build the driver and the tools, and to show them.
 DEMO='g++ cmake ninja-build pkg-config libcjson-dev libcli11-dev
   nlohmann-json3-dev libcairo2-dev zlib1g-dev fonts-dejavu-core'
 
+# The prompt window as well.
+GUIDED_DEMO="$DEMO qt6-base-dev fonts-noto-cjk procps"
+
 # To build everything, with both compilers, and to test it.
-TESTS="$DEMO ccache clang clang-format clang-tidy libgtest-dev
-  libbenchmark-dev qt6-base-dev xvfb xdotool x11-utils openbox imagemagick
-  fonts-noto-cjk procps"
+TESTS="$GUIDED_DEMO ccache clang clang-format clang-tidy libgtest-dev
+  libbenchmark-dev xvfb xdotool x11-utils openbox imagemagick"
+
+# On top of that, to cross-build for arm64 and to run the result.
+ARM64="$TESTS g++-aarch64-linux-gnu qemu-user-static libcjson-dev:arm64
+  libgtest-dev:arm64 libcairo2-dev:arm64 zlib1g-dev:arm64"
 
 case "${1-}" in
   demo) wanted=$DEMO ;;
+  guided-demo) wanted=$GUIDED_DEMO ;;
   tests) wanted=$TESTS ;;
-  *) echo "usage: $0 demo|tests" >&2; exit 2 ;;
+  arm64) wanted=$ARM64 ;;
+  *) echo "usage: $0 demo|guided-demo|tests|arm64" >&2; exit 2 ;;
 esac
 
-# One line for each architecture that the package is there for.
+native=$(dpkg --print-architecture)
+
+# Of a name without an architecture, this machine's own is wanted.
 is_installed() {
-  dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null |
-    grep -qx installed
+  case "$1" in
+    *:*) architecture=${1#*:} ;;
+    *) architecture=$native ;;
+  esac
+  dpkg-query -W -f='${Architecture} ${db:Status-Status}\n' "${1%:*}" \
+    2>/dev/null | grep -qxE "($architecture|all) installed"
 }
 
 missing=
-for package in $wanted; do
-  is_installed "$package" || missing="$missing $package"
+for name in $wanted; do
+  is_installed "$name" || missing="$missing $name"
 done
 [ -n "$missing" ] || exit 0
 
@@ -40,6 +54,7 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 echo "Installing:$missing"
 export DEBIAN_FRONTEND=noninteractive
+case "$missing" in *:arm64*) dpkg --add-architecture arm64 ;; esac
 apt-get update -qq
 # shellcheck disable=SC2086  # the list is meant to be split
 $install -y -qq -o Dpkg::Use-Pty=0 $missing >/dev/null

@@ -3,11 +3,10 @@
 # first what they need.
 #
 #   scripts/test.sh            the optimised build
-#   scripts/test.sh asan ...   other presets of CMakePresets.json, in turn
+#   scripts/test.sh asan ...   other presets of CMakePresets.json, in turn;
+#                              arm64 runs under user-mode emulation
 set -euo pipefail
 cd "$(dirname "$0")/.."
-
-scripts/install-deps.sh tests
 
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(release)
@@ -17,7 +16,19 @@ launcher=$(command -v ccache || true)
 # than there are processors.
 jobs=$(($(nproc) * 8))
 
+prepare() {
+  if [ "$1" != arm64 ]; then
+    scripts/install-deps.sh tests
+    return
+  fi
+  scripts/install-deps.sh arm64
+  scripts/emulate-arm64.sh
+  # An emulated comparison takes many times as long.
+  export MV_MATCH_PAIRS=4000
+}
+
 for preset in "${presets[@]}"; do
+  prepare "$preset"
   echo "== $preset: build"
   cmake --preset "$preset" -DMV_WERROR=ON \
     ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >/dev/null

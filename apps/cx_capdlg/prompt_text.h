@@ -13,8 +13,8 @@ constexpr int kPresses = 3;
 // The press, 1 to 3, that a text asks for; 0 when it is none of the known ones.
 int PressOf(const std::string& text);
 
-// The record's text as it can be shown: valid UTF-8 (what is not becomes
-// U+FFFD), one line, no blanks around it, at most the field's 256 bytes.
+// The text of the record's field, without blanks around it; a longer one is cut
+// between characters. As its sender made it: perhaps no UTF-8.
 std::string ShownText(const smo_data_t& record);
 
 }  // namespace corvex

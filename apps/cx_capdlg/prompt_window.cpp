@@ -18,6 +18,15 @@
 namespace corvex {
 namespace {
 
+// What is no UTF-8 becomes U+FFFD, what is no character a blank.
+QString Printable(const std::string& text) {
+  QString printable = QString::fromStdString(text);
+  for (QChar& c : printable) {
+    if (c.category() == QChar::Other_Control) c = QChar::Space;
+  }
+  return printable;
+}
+
 QFont PixelFont(const QFont& base, double pixels, bool bold) {
   QFont font = base;
   font.setPixelSize(static_cast<int>(pixels));
@@ -165,7 +174,7 @@ void PromptWindow::Take(const smo_data_t& item) {
 // The driver repeats its text twice a second; only a new one is news, above all
 // to a screen reader.
 void PromptWindow::ShowText(const std::string& text) {
-  const QString shown = QString::fromStdString(text);
+  const QString shown = Printable(text);
   if (shown == text_->accessibleName()) return;
   text_->setAccessibleName(shown);
   const int press = PressOf(text);

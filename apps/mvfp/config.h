@@ -14,7 +14,8 @@ struct Config {
   std::string port;
   std::string box;
   int timeout_s = 0;
-  std::string output;  // file for the text; "" is standard output
+  std::string output;   // file for the text; "" is standard output
+  bool guided = false;  // enroll: with the prompt window
 
   // match and inspect: a text, a file's name, "@" and a file's name, or "-".
   std::string first;

@@ -70,6 +70,8 @@ struct CaptureKind {
 constexpr CaptureKind kCapture = {kGetFeature, FG_GetFeature, 1, "feature"};
 constexpr CaptureKind kEnrolment = {kGetTemplate, FG_GetTemplate, 3,
                                     "template"};
+constexpr CaptureKind kGuidedEnrolment = {kTipsGetTemplate, FG_TipsGetTemplate,
+                                          3, "template"};
 
 Outcome Wait(const Config& config, const CaptureKind& kind,
              const std::string& port) {
@@ -184,6 +186,8 @@ int RunProbe(const Config& config) {
 
 int RunCapture(const Config& config) { return RunCapturing(config, kCapture); }
 
-int RunEnroll(const Config& config) { return RunCapturing(config, kEnrolment); }
+int RunEnroll(const Config& config) {
+  return RunCapturing(config, config.guided ? kGuidedEnrolment : kEnrolment);
+}
 
 }  // namespace corvex::mvfp

@@ -3,6 +3,7 @@
 // In this order: the commands, their help, the parsing, main.
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <cstdio>
 #include <exception>
 
 #include "commands.h"
@@ -83,10 +84,13 @@ constexpr Command kEnroll = {
     R"(Press the same finger three times and lift it between; the reader beeps for
 each press it took. On a terminal the seconds left are shown, and while the
 day's log is on (mvfp log on) also which press is due: nothing else tells.
-The template is one line of Base64.
+With --guided a window on the screen names the press that is due, and closing
+it gives the enrolment up; where no window can be shown, the enrolment goes on
+without one. The template is one line of Base64.
 
 Examples:
   mvfp enroll --port ttyUSB0 -o anna.template
+  mvfp enroll --port ttyUSB0 -o anna.template --guided
   mvfp enroll --port ttyUSB0 --json
 )"};
 constexpr Command kMatch = {
@@ -182,8 +186,8 @@ CLI::App* AddDeviceCommand(CLI::App* parent, const Command& command,
   return app;
 }
 
-void AddCapturingCommand(CLI::App* parent, const Command& command,
-                         int timeout_s, Choice* choice) {
+CLI::App* AddCapturingCommand(CLI::App* parent, const Command& command,
+                              int timeout_s, Choice* choice) {
   CLI::App* const app = AddDeviceCommand(parent, command, choice);
   constexpr int kLongest = 86400;
   const std::string help = "How long to wait for all presses together [" +
@@ -196,6 +200,7 @@ void AddCapturingCommand(CLI::App* parent, const Command& command,
       ->type_name("FILE");
   app->preparse_callback(
       [choice, timeout_s](size_t) { choice->config.timeout_s = timeout_s; });
+  return app;
 }
 
 void AddMatchCommand(CLI::App* parent, Choice* choice) {
@@ -238,7 +243,9 @@ void AddEverything(CLI::App* app, Choice* choice) {
   AddPortCommand(app, kInfo, choice);
   AddDeviceCommand(app, kProbe, choice);
   AddCapturingCommand(app, kCapture, 20, choice);
-  AddCapturingCommand(app, kEnroll, 60, choice);
+  AddCapturingCommand(app, kEnroll, 60, choice)
+      ->add_flag("--guided", choice->config.guided,
+                 "Guide the user with the prompt window");
   AddMatchCommand(app, choice);
   AddInspectCommand(app, choice);
   AddLogCommands(app, choice);
@@ -279,11 +286,7 @@ int Run(const Choice& choice) {
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  // A caller that ignores its children must not keep this tool from its own.
-  signal(SIGCHLD, SIG_DFL);
+int ParseAndRun(int argc, char** argv) {
   Choice choice;
   CLI::App app("Enrol, capture and compare fingerprints.", "mvfp");
   AddEverything(&app, &choice);
@@ -295,4 +298,17 @@ int main(int argc, char** argv) {
     return PrintUsageError(app, error, choice.config, AsksForJson(argc, argv));
   }
   return Run(choice);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A caller that ignores its children must not keep this tool from its own.
+  signal(SIGCHLD, SIG_DFL);
+  try {
+    return ParseAndRun(argc, argv);
+  } catch (...) {
+    fputs("mvfp: out of memory\n", stderr);
+    return corvex::mvfp::kExitFailed;
+  }
 }

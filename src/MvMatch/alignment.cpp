@@ -172,13 +172,15 @@ void KeepTurned(int32_t theta, Candidates* candidates) {
   candidates->count = n;
 }
 
-// |n| <= limit
-bool IsWithin(int32_t limit, int32_t n) {
-  return static_cast<uint32_t>(n + limit) <= static_cast<uint32_t>(2 * limit);
+// 1 when |n| <= limit, else 0; a number, so that it is joined without a branch.
+int32_t IsWithin(int32_t limit, int32_t n) {
+  return static_cast<uint32_t>(n + limit) <= static_cast<uint32_t>(2 * limit)
+             ? 1
+             : 0;
 }
 
 // Whether both ends are moved alike, by no more than the histograms hold.
-bool AgreeOnOffset(int32_t a, int32_t b) {
+int32_t AgreeOnOffset(int32_t a, int32_t b) {
   return IsWithin(kOffsetAgreementCells - 1, a - b) &
          IsWithin(kMaxOffsetCells, a) & IsWithin(kMaxOffsetCells, b);
 }
@@ -196,7 +198,7 @@ void Vote(const FirstPrint& first, const SecondPrint& second,
     const int32_t ty1 = p.y[r.first] - q.y[v.first];
     const int32_t tx2 = p.x[r.second] - q.x[v.second];
     const int32_t ty2 = p.y[r.second] - q.y[v.second];
-    if (!(AgreeOnOffset(tx1, tx2) & AgreeOnOffset(ty1, ty2))) continue;
+    if ((AgreeOnOffset(tx1, tx2) & AgreeOnOffset(ty1, ty2)) == 0) continue;
     const auto score = static_cast<int16_t>(ScoreOf(candidates.packed[i]));
     const int32_t x_bin = (tx1 + tx2) / 2 + kMaxOffsetCells;
     const int32_t y_bin = (ty1 + ty2) / 2 + kMaxOffsetCells;

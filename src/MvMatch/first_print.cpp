@@ -3,22 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "MvMatch/angle_rows.h"
+
 namespace corvex {
 namespace {
-
-constexpr int32_t kWindow = 2 * kMaxAngleDifferenceDegrees + 1;
-
-using Column = uint64_t __attribute__((vector_size(kColumnBytes)));
-
-Column LoadColumn(const uint8_t* from) {
-  Column column;
-  std::memcpy(&column, from, sizeof column);
-  return column;
-}
-
-void StoreColumn(uint8_t* to, Column column) {
-  std::memcpy(to, &column, sizeof column);
-}
 
 // So many bytes of ones, then as many of zeros.
 template <int32_t kCount>
@@ -29,14 +17,12 @@ struct Runs {
   }
 };
 
-int32_t Degrees(int32_t angle) { return angle == kFullTurnDegrees ? 0 : angle; }
-
 // Directions turned by half a turn, ends exchanged.
 Lanes Reversed(Lanes traits) {
-  constexpr Lanes kHalfTurn = {180, 180, 180, 0, 0, 0, 0, 0};
-  constexpr Lanes kFullTurn = {360, 360, 360, 0, 0, 0, 0, 0};
+  constexpr Lanes kHalfTurn = {180, 180, 0, 0, 180, 0, 0, 0};
+  constexpr Lanes kFullTurn = {360, 360, 0, 0, 360, 0, 0, 0};
   const Lanes turned =
-      __builtin_shufflevector(traits, traits, 1, 0, 2, 4, 3, 5, 7, 6) +
+      __builtin_shufflevector(traits, traits, 1, 0, 3, 2, 4, 5, 7, 6) +
       kHalfTurn;
   return turned - ((turned >= Splat(kFullTurnDegrees)) & kFullTurn);
 }
@@ -106,76 +92,6 @@ void MakeBands(const uint16_t start[kStickLengths + 1], FirstPrint* print) {
   std::fill_n(print->band_mask[kNoStick], kNarrowWords, 0);
 }
 
-// The segments of one column, each under its own angle; `offset` is 0 for
-// sticks and 1 for reversed ones.
-void MarkAngles(const FirstPrint& print, int32_t begin, int32_t offset,
-                uint8_t angle[][kColumnBytes]) {
-  constexpr int32_t kHalf = kMaxAngleDifferenceDegrees;
-  std::memset(angle[kHalf], 0, kFullTurnDegrees * kColumnBytes);
-  const int32_t end = std::min(begin + kColumnBits, print.segment_count);
-  for (int32_t segment = begin; segment < end; ++segment) {
-    const int32_t degrees =
-        Degrees(print.traits[2 * segment + offset].first_angle);
-    uint8_t& byte = angle[degrees + kHalf][segment % kColumnBits / 8];
-    byte = static_cast<uint8_t>(byte | 1 << segment % 8);
-  }
-  // The circle goes on before its beginning and after its end.
-  std::memcpy(angle[0], angle[kFullTurnDegrees], kHalf * kColumnBytes);
-  std::memcpy(angle[kFullTurnDegrees + kHalf], angle[kHalf],
-              kHalf * kColumnBytes);
-}
-
-// tail[i]: all angles from i to the end of its block of 25.
-void CollectTails(const uint8_t angle[][kColumnBytes],
-                  uint8_t tail[][kColumnBytes]) {
-  for (int32_t end = kAngleRows; end > 0;) {
-    const int32_t begin = (end - 1) / kWindow * kWindow;
-    Column carried{};
-    for (int32_t i = end - 1; i >= begin; --i) {
-      carried |= LoadColumn(angle[i]);
-      StoreColumn(tail[i], carried);
-    }
-    end = begin;
-  }
-}
-
-// Each row gets the 25 angles around its own, and the opposite one. 25 angles
-// are the tail of one block of 25 and the head of the next.
-void SpreadAngles(const uint8_t angle[][kColumnBytes],
-                  const uint8_t tail[][kColumnBytes], int32_t row_bytes,
-                  uint8_t* row) {
-  constexpr int32_t kHalf = kMaxAngleDifferenceDegrees;
-  const auto opposite = [angle](int32_t i) {
-    return LoadColumn(angle[OppositeOf(i) + kHalf]);
-  };
-  // The first window is the first block: its tail is all of it.
-  StoreColumn(row, LoadColumn(tail[0]) | opposite(0));
-  for (int32_t begin = 1; begin < kFullTurnDegrees; begin += kWindow) {
-    const int32_t end = std::min(begin + kWindow, kFullTurnDegrees);
-    Column head{};
-    for (int32_t i = begin; i < end; ++i) {
-      row += row_bytes;
-      head |= LoadColumn(angle[i + kWindow - 1]);
-      StoreColumn(row, head | LoadColumn(tail[i]) | opposite(i));
-    }
-  }
-}
-
-void MakeRows(FirstPrintScratch* scratch, FirstPrint* print) {
-  const int32_t half = HalfRowBytes(print->segment_count);
-  print->row_bytes = 2 * half;
-  for (int32_t at = 0; at < half; at += kColumnBytes) {
-    for (int32_t reversed = 0; reversed < 2; ++reversed) {
-      MarkAngles(*print, 8 * at, reversed, scratch->angle);
-      CollectTails(scratch->angle, scratch->tail);
-      SpreadAngles(scratch->angle, scratch->tail, print->row_bytes,
-                   print->rows + reversed * half + at);
-    }
-  }
-  std::memcpy(print->rows + kFullTurnDegrees * print->row_bytes, print->rows,
-              static_cast<size_t>(print->row_bytes));
-}
-
 }  // namespace
 
 void LoadFirst(const MinutiaeVector& minutiae, FirstPrintScratch* scratch,
@@ -188,7 +104,8 @@ void LoadFirst(const MinutiaeVector& minutiae, FirstPrintScratch* scratch,
   CountLengths(scratch->pairs, pair_count, start);
   PlaceSticks(scratch->pairs, pair_count, start, print);
   MakeBands(start, print);
-  MakeRows(scratch, print);
+  print->row_bytes = 2 * HalfRowBytes(print->segment_count);
+  SelectedMakeRows()(&scratch->rows, print);
 }
 
 }  // namespace corvex

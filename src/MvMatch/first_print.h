@@ -21,7 +21,7 @@
 
 namespace corvex {
 
-constexpr int32_t kColumnBytes = 16;
+constexpr int32_t kColumnBytes = 32;  // whole vectors, whichever are used
 constexpr int32_t kColumnBits = 8 * kColumnBytes;
 
 // Bytes of half a row for so many segments.
@@ -30,10 +30,6 @@ constexpr int32_t HalfRowBytes(int32_t segments) {
 }
 constexpr int32_t kMaxRowBytes = 2 * HalfRowBytes(kMaxMinutiaPairs);
 constexpr int32_t kRows = kFullTurnDegrees + 1;  // 360 stands for 0
-
-// The circle of angles and what a window reaches beyond it.
-constexpr int32_t kAngleRows =
-    kFullTurnDegrees + 2 * kMaxAngleDifferenceDegrees;
 
 // Words of a row that a narrow band may touch.
 constexpr int32_t kNarrowWords = 4;
@@ -64,12 +60,21 @@ struct FirstPrint {
   uint8_t rows[kRows * kMaxRowBytes + 8 * kNarrowWords];
 };
 
+// One column of the rows, for each angle of the circle and of what a window
+// reaches beyond it.
+struct RowScratch {
+  static constexpr int32_t kAngles =
+      kFullTurnDegrees + 2 * kMaxAngleDifferenceDegrees + 1;
+  uint8_t angle[kAngles * kColumnBytes];
+  uint8_t tail[kAngles * kColumnBytes];
+};
+
 // Room for work that is of no use afterwards.
 struct FirstPrintScratch {
-  MinutiaPairs pairs;
-  // One column of the rows, for each angle.
-  alignas(kColumnBytes) uint8_t angle[kAngleRows][kColumnBytes];
-  alignas(kColumnBytes) uint8_t tail[kAngleRows][kColumnBytes];
+  union {  // the sticks are placed before any row is made
+    MinutiaPairs pairs;
+    RowScratch rows;
+  };
 };
 
 void LoadFirst(const MinutiaeVector& minutiae, FirstPrintScratch* scratch,

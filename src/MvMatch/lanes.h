@@ -12,13 +12,16 @@ constexpr int32_t kLanes = 8;
 
 using Lanes = int16_t __attribute__((vector_size(16)));
 
+using UnsignedLanes = uint16_t __attribute__((vector_size(16)));
+
 inline Lanes LoadLanes(const void* from) {
   Lanes lanes;
   std::memcpy(&lanes, from, sizeof lanes);
   return lanes;
 }
 
-inline void StoreLanes(void* to, Lanes lanes) {
+template <typename V>
+void StoreLanes(void* to, V lanes) {
   std::memcpy(to, &lanes, sizeof lanes);
 }
 

@@ -68,7 +68,7 @@ Lanes AngleDifferences(Lanes difference) {
 }
 
 struct EightPairs {
-  int16_t square_sum[kLanes];
+  uint16_t square_sum[kLanes];
   int16_t factors[kLanes];  // index of Tables::root
   int16_t kinds[kLanes];    // ends of different kind, times kProducts
   int16_t first_rotation[kLanes];
@@ -87,6 +87,12 @@ MarkDifference CompareMarks(Lanes difference) {
   return {Max(Splat(kFullWeightFactor) - Abs(weights), Splat(0)), Abs(kinds)};
 }
 
+// Unsigned: lanes without a pair may overflow.
+UnsignedLanes Squares(Lanes n) {
+  const auto size = reinterpret_cast<UnsignedLanes>(n);
+  return size * size;
+}
+
 void CompareEight(const FirstPrint& first, const SecondPrint& second,
                   const uint32_t* place, EightPairs* out) {
   Lanes d[kLanes];
@@ -97,10 +103,10 @@ void CompareEight(const FirstPrint& first, const SecondPrint& second,
   Transpose(d);
   const Lanes a = AngleDifferences(d[0]);
   const Lanes b = AngleDifferences(d[1]);
-  StoreLanes(out->square_sum, a * a + b * b + d[5] * d[5]);
-  StoreLanes(out->rotation, Lift(d[2]));
-  StoreLanes(out->first_rotation, Lift(d[3]));
-  StoreLanes(out->second_rotation, Lift(d[4]));
+  StoreLanes(out->square_sum, Squares(a) + Squares(b) + Squares(d[5]));
+  StoreLanes(out->rotation, Lift(d[4]));
+  StoreLanes(out->first_rotation, Lift(d[2]));
+  StoreLanes(out->second_rotation, Lift(d[3]));
   const MarkDifference ma = CompareMarks(d[6]);
   const MarkDifference mb = CompareMarks(d[7]);
   StoreLanes(out->factors, ma.factor << kFactorBits | mb.factor);

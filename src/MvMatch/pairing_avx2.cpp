@@ -57,11 +57,6 @@ __attribute__((target("avx2,popcnt"))) inline size_t Append(__m256i words,
 
 }  // namespace
 
-bool HasAvx2() {
-  return __builtin_cpu_supports("avx2") != 0 &&
-         __builtin_cpu_supports("popcnt") != 0;
-}
-
 __attribute__((target("avx2,popcnt"))) void CollectNarrowAvx2(
     const FirstPrint& first, const SecondPrint& second, int32_t begin,
     int32_t end, Hits* hits) {

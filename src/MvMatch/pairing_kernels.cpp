@@ -1,5 +1,7 @@
 #include "MvMatch/pairing_kernels.h"
 
+#include "MvMatch/processor.h"
+
 namespace corvex {
 
 void CollectNarrowPortable(const FirstPrint& first, const SecondPrint& second,

@@ -25,7 +25,6 @@ void CollectNarrowPortable(const FirstPrint& first, const SecondPrint& second,
 CollectNarrowFn CollectNarrowKernel();
 
 #if defined(__x86_64__)
-bool HasAvx2();
 void CollectNarrowAvx2(const FirstPrint& first, const SecondPrint& second,
                        int32_t begin, int32_t end, Hits* hits);
 #endif

@@ -53,9 +53,9 @@ void FindEight(const Fields& f, const SegmentTable& table, int32_t i, int32_t j,
   const Lanes first_direction = Splat(f.direction[i]);
   Lanes traits[kLanes] = {Lift(direction - first_direction),
                           Lift(direction - second_direction),
-                          direction,
                           first_direction,
                           second_direction,
+                          direction,
                           segment & Splat(0xFF),
                           Splat(f.mark[i]),
                           LoadLanes(f.mark + j)};

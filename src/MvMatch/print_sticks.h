@@ -11,14 +11,15 @@
 
 namespace corvex {
 
-// What pairing compares: one lane each, subtracted all at once. Angles are in
-// degrees; 360 may stand for 0, as only differences modulo 360 count.
+// What pairing compares: one lane each, subtracted all at once. What belongs to
+// the two ends lies side by side, so that exchanging them is cheap. Angles are
+// in degrees; 360 may stand for 0, as only differences modulo 360 count.
 struct alignas(16) StickTraits {
   int16_t first_angle;       // against the first minutia's direction
   int16_t second_angle;      // against the second minutia's direction
-  int16_t direction;         // of the stick
   int16_t first_direction;   // of the first minutia
   int16_t second_direction;  // of the second minutia
+  int16_t direction;         // of the stick
   int16_t length_code;       // cells less kMinStickCells; kNoStick: no stick
   int16_t first_mark;        // weight, and kKindMark for kind 2
   int16_t second_mark;

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 
 namespace corvex {
@@ -134,6 +135,9 @@ ThreadBlock* BlockOfThread() {
   auto* const block = static_cast<ThreadBlock*>(pthread_getspecific(g_key));
   return block != nullptr ? block : MakeBlock();
 }
+
+static_assert(alignof(FingerMatcher) <= alignof(std::max_align_t),
+              "what calloc gives");
 
 // All zero is a matcher that has seen two empty prints.
 FingerMatcher* MatcherOf(ThreadBlock* block, MatcherRole role) {

@@ -5,11 +5,14 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <vector>
 
 #include "MvMatch/MvMatch.h"
+#include "MvMatch/angle_rows.h"
 #include "MvMatch/finger_matcher.h"
 #include "MvMatch/pairing_kernels.h"
 #include "MvMatch/print_sticks.h"
+#include "MvMatch/processor.h"
 #include "MvMatch/segment_table.h"
 #include "reference/plain_matcher.h"
 #include "reference/record_generator.h"
@@ -60,7 +63,7 @@ TEST(Sticks, AFullLengthTakesNoMore) {
 }
 
 #if defined(__x86_64__)
-TEST(PairingKernels, WideRegistersFindTheSameHits) {
+TEST(WideRegisters, GiveTheSameRowsAndHits) {
   if (!corvex::HasAvx2()) GTEST_SKIP() << "this processor has no AVX2";
   struct Space {
     corvex::FirstPrintScratch scratch;
@@ -79,6 +82,12 @@ TEST(PairingKernels, WideRegistersFindTheSameHits) {
     ASSERT_NE(0, ConvertTransferFormat(&b, generator.Pressed(finger).data()));
     LoadFirst(a.minutiae, &space->scratch, &space->first);
     LoadSecond(b.minutiae, &space->second);
+    const auto rows_end = space->first.rows + 361 * space->first.row_bytes;
+    const std::vector<uint8_t> rows(space->first.rows, rows_end);
+    MakeRowsPortable(&space->scratch.rows, &space->first);
+    ASSERT_TRUE(std::equal(rows.begin(), rows.end(), space->first.rows));
+    MakeRowsAvx2(&space->scratch.rows, &space->first);
+    ASSERT_TRUE(std::equal(rows.begin(), rows.end(), space->first.rows));
     if (!space->first.narrow) continue;
     const int32_t pairs = std::min(space->second.pair_count, 128);
     space->portable.count = space->wide.count = 0;

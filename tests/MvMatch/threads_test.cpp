@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <thread>
 #include <vector>
@@ -81,7 +82,9 @@ TEST(Threads, AComparisonNeedsLittleStack) {
   Cases();
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
-  ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, 64 * 1024));
+  const auto stack_bytes =
+      static_cast<size_t>(std::max(64 * 1024L, sysconf(_SC_THREAD_STACK_MIN)));
+  ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, stack_bytes));
   pthread_t thread;
   const auto body = [](void* wrong) -> void* {
     *static_cast<int32_t*>(wrong) = CountWrong();

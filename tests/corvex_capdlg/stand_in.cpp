@@ -30,10 +30,10 @@ bool StandInNoted(const std::string& line) {
 
 bool Eventually(const std::function<bool()>& condition) {
   using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + std::chrono::seconds(10);
+  const auto deadline = Clock::now() + std::chrono::seconds(40);
   while (!condition()) {
     if (Clock::now() > deadline) return false;
-    usleep(10000);
+    usleep(20000);  // most conditions start a program to look
   }
   return true;
 }

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -155,22 +154,6 @@ TEST_F(Window, SurvivesWhatNoDriverSends) {
   EXPECT_TRUE(ShowsAnew("\xFF\xFE\xC0 <b>\x07%s%n"));
   EXPECT_TRUE(ShowsAnew(" "));
   EXPECT_EQ(0, kill(process_, 0));
-}
-
-TEST_F(Window, EndsWithItsKilledHost) {
-  const pid_t host = fork();
-  if (host == 0) {
-    if (cx_dlg_init(1, 60, PROMPT_PROGRAM) <= 0) _exit(1);
-    pause();
-  }
-  ASSERT_NE("", screen_.PromptWindow());
-  const auto program = [] { return log_run_cmd("pgrep -x cx_capdlg"); };
-  EXPECT_NE("", program());
-  kill(host, SIGKILL);
-  int status = 0;
-  waitpid(host, &status, 0);
-  EXPECT_TRUE(WIFSIGNALED(status));
-  EXPECT_TRUE(Eventually([&] { return program().empty(); }));
 }
 
 // Its end would read as the user's cancelling.

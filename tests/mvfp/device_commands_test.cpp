@@ -75,7 +75,7 @@ void PrintTo(const Situation& situation, std::ostream* out) {
 const std::vector<Situation>& Situations() {
   static const std::vector<Situation> kSituations = {
       {"Version", {"version"}, "", 0, "v2.15\n", {}},
-      {"SerialNumber", {"sn"}, "", 0, "CX1206A0001900004711202600000042\n", {}},
+      {"SerialNumber", {"sn"}, "", 0, "CX1206A0001900004711000042240315\n", {}},
       {"ProbeWithoutFinger", {"probe"}, "", 1, "no finger\n", {}},
       {"ProbeWithFinger", {"probe"}, "press anna", 0, "finger\n", {}},
       {"Capture", {"capture"}, "press anna", 0, SampleRecord(40) + "\n", {}},
@@ -85,6 +85,14 @@ const std::vector<Situation>& Situations() {
        0,
        SampleRecord(40) + "\n",
        {}},
+      // There is no screen here: the enrolment goes on without a window.
+      {"GuidedEnrolmentOfThreeFingers",
+       {"enroll", "--guided", "-t", "30"},
+       "press anna; wait-for captures 1; press bert; wait-for captures 1; "
+       "press carl",
+       4,
+       "",
+       {"the three presses do not agree (FG_TipsGetTemplate -601)"}},
       {"CaptureWithoutFinger",
        {"capture", "-t", "1"},
        "",
@@ -224,6 +232,15 @@ TEST_F(ToolTest, ABusyReaderIsNamedAsSuch) {
   EXPECT_EQ(4, run.exit_code);
   EXPECT_NE(std::string::npos, run.err.find("another call holds the reader"));
   EXPECT_EQ(std::string::npos, run.err.find("refused")) << run.err;
+}
+
+// The call says "no finger" for this too; only its ten seconds tell.
+TEST_F(ToolTest, ASilentReaderIsNotMistakenForAnEmptySensor) {
+  reader_.Run("press anna; silence on probe");
+  const Finished run = RunTool(With({"probe"}));
+  EXPECT_EQ(1, run.exit_code);
+  EXPECT_EQ("no finger\n", run.out);
+  EXPECT_NE(std::string::npos, run.err.find("did not answer the probe"));
 }
 
 TEST(PortTest, WhatIsWrongWithThePortIsSaid) {

@@ -1,0 +1,115 @@
+#include "MvMatch/angle_rows.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "MvMatch/processor.h"
+
+namespace corvex {
+namespace {
+
+constexpr int32_t kHalf = kMaxAngleDifferenceDegrees;
+constexpr int32_t kWindow = 2 * kHalf + 1;
+constexpr int32_t kAngles = kFullTurnDegrees + 2 * kHalf;
+
+// One source for narrow and wide registers. A column is passed by reference:
+// how wide vectors are passed by value depends on the processor.
+template <typename Column>
+struct Rows {
+  static constexpr int32_t kBytes = sizeof(Column);
+
+  static void Unite(const uint8_t* with, Column* column) {
+    Column other;
+    std::memcpy(&other, with, sizeof other);
+    *column |= other;
+  }
+
+  // The segments of one column, each under its own angle; `order` is 0 for
+  // sticks and 1 for reversed ones.
+  static void MarkAngles(const FirstPrint& print, int32_t begin, int32_t order,
+                         uint8_t* angle) {
+    std::memset(angle + kHalf * kBytes, 0, kFullTurnDegrees * kBytes);
+    const int32_t end = std::min(begin + 8 * kBytes, print.segment_count);
+    for (int32_t segment = begin; segment < end; ++segment) {
+      const int32_t at = print.traits[2 * segment + order].first_angle;
+      const int32_t degrees = at == kFullTurnDegrees ? 0 : at;
+      uint8_t& byte = angle[(degrees + kHalf) * kBytes + (segment - begin) / 8];
+      byte = static_cast<uint8_t>(byte | 1 << segment % 8);
+    }
+    // The circle goes on before its beginning and after its end.
+    std::memcpy(angle, angle + kFullTurnDegrees * kBytes, kHalf * kBytes);
+    std::memcpy(angle + (kFullTurnDegrees + kHalf) * kBytes,
+                angle + kHalf * kBytes, kHalf * kBytes);
+  }
+
+  // tail[i]: all angles from i to the end of its block of 25.
+  static void CollectTails(const uint8_t* angle, uint8_t* tail) {
+    for (int32_t end = kAngles; end > 0;) {
+      const int32_t begin = (end - 1) / kWindow * kWindow;
+      Column carried{};
+      for (int32_t i = end - 1; i >= begin; --i) {
+        Unite(angle + i * kBytes, &carried);
+        std::memcpy(tail + i * kBytes, &carried, sizeof carried);
+      }
+      end = begin;
+    }
+  }
+
+  // Each row gets the 25 angles around its own, and the opposite one. 25
+  // angles are the tail of one block of 25 and the head of the next, and
+  // either is one step more than its neighbour's.
+  static void Spread(const uint8_t* angle, const uint8_t* tail,
+                     int32_t row_bytes, uint8_t* row) {
+    for (int32_t block = 0; block < kFullTurnDegrees; block += kWindow) {
+      const int32_t end = std::min(block + kWindow, kFullTurnDegrees);
+      Column head{};
+      for (int32_t i = block; i < end; ++i, row += row_bytes) {
+        Column all = head;
+        Unite(tail + i * kBytes, &all);
+        Unite(angle + (OppositeOf(i) + kHalf) * kBytes, &all);
+        std::memcpy(row, &all, sizeof all);
+        Unite(angle + (i + kWindow) * kBytes, &head);
+      }
+    }
+  }
+
+  static void Make(RowScratch* scratch, FirstPrint* print) {
+    const int32_t half = print->row_bytes / 2;
+    for (int32_t at = 0; at < half; at += kBytes) {
+      for (int32_t order = 0; order < 2; ++order) {
+        MarkAngles(*print, 8 * at, order, scratch->angle);
+        CollectTails(scratch->angle, scratch->tail);
+        Spread(scratch->angle, scratch->tail, print->row_bytes,
+               print->rows + order * half + at);
+      }
+    }
+    std::memcpy(print->rows + kFullTurnDegrees * print->row_bytes, print->rows,
+                static_cast<size_t>(print->row_bytes));
+  }
+};
+
+using NarrowColumn = uint64_t __attribute__((vector_size(16)));
+using WideColumn = uint64_t __attribute__((vector_size(32)));
+
+}  // namespace
+
+void MakeRowsPortable(RowScratch* scratch, FirstPrint* print) {
+  Rows<NarrowColumn>::Make(scratch, print);
+}
+
+#if defined(__x86_64__)
+// Flattened, so that all of it is compiled for the wide registers.
+__attribute__((target("avx2"), flatten)) void MakeRowsAvx2(RowScratch* scratch,
+                                                           FirstPrint* print) {
+  Rows<WideColumn>::Make(scratch, print);
+}
+#endif
+
+MakeRowsFn SelectedMakeRows() {
+#if defined(__x86_64__)
+  if (HasAvx2()) return MakeRowsAvx2;
+#endif
+  return MakeRowsPortable;
+}
+
+}  // namespace corvex
