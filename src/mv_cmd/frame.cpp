@@ -7,6 +7,7 @@
 #include "mv_base/crc32.h"
 #include "mv_base/diagnostic_log.h"
 #include "mv_base/hex.h"
+#include "mv_base/wipe.h"
 #include "mv_cmd/serial_port.h"
 
 namespace {
@@ -28,6 +29,15 @@ uint32_t LoadLittleEndian(const uint8_t* in) {
   for (int i = 0; i < 4; ++i) value |= static_cast<uint32_t>(in[i]) << (8 * i);
   return value;
 }
+
+// What is received: the hex text and, decoded in place, the data.
+struct ReceiveDeleter {
+  void operator()(uint8_t* text) const {
+    corvex::Wipe(text, kReceiveBytes);
+    delete[] text;
+  }
+};
+using ReceiveBuffer = std::unique_ptr<uint8_t[], ReceiveDeleter>;
 
 // The text of a request.
 struct Request {
@@ -171,8 +181,7 @@ int32_t corvex_dev_io(int32_t fd, uint8_t cmd, const uint8_t* payload,
   }
   // Before anything is sent: a reply that nobody reads would be taken for the
   // next command's.
-  const std::unique_ptr<uint8_t[]> text(new (std::nothrow)
-                                            uint8_t[kReceiveBytes]());
+  const ReceiveBuffer text(new (std::nothrow) uint8_t[kReceiveBytes]());
   if (text == nullptr) {
     MV_LOG("corvex_dev_io 申请内存空间失败[-99]\n");
     return kDevNoMemory;
