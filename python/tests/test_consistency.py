@@ -63,18 +63,27 @@ def functions_in(expression, sets):
     return functions
 
 
+def braced_rows(tokens):
+    """The fields of each row, each a list of tokens."""
+    for token in tokens:
+        if token == "{":
+            row = [[]]
+        elif token == "}":
+            yield row
+        elif token == ",":
+            row.append([])
+        else:
+            row[-1].append(token)
+
+
 def tool_rows():
     """The rows of the command-line tool's table, without the remedy."""
     cpp = read("apps/mvfp/result_codes.cpp")
     sets = call_sets(cpp)
     values = header_constants()
     table = re.search(r"kMeanings\[\] = \{(.*?)\n\};", cpp, flags=re.S)
-    for row in " ".join(f"\0{t}" for t in tokens_of(table[1])).split("\0{")[1:]:
-        fields = row[: row.index("\0}")].split("\0,")
-        calls, code, name, stage, status, meaning, cause, _ = (
-            [token.strip() for token in field.split("\0") if token.strip()]
-            for field in fields
-        )
+    for row in braced_rows(tokens_of(table[1])):
+        calls, code, name, stage, status, meaning, cause, _ = row
         yield (
             functions_in(calls, sets),
             values[code[0]] if code[0] in values else int(code[0]),
