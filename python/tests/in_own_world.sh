@@ -27,7 +27,7 @@ mount --bind /dev/pts /tmp/dev/pts
 touch /tmp/dev/null
 mount --bind /dev/null /tmp/dev/null
 ln -s pts/ptmx /tmp/dev/ptmx
-mount --move /tmp/dev /dev
+mount --no-mtab --move /tmp/dev /dev
 
 # Not exec: the first process of a PID namespace only reaps.
 unset TMPDIR
