@@ -9,8 +9,7 @@ readonly aim=2.28
 
 fail() { echo "$library: $1" >&2; exit 1; }
 
-is_newer() { [ "$1" != "$2" ] && [ "$(newest "$1" "$2")" = "$1" ]; }
-newest() { printf '%s\n' "$@" | sort -V | tail -n 1; }
+is_newer() { [ "$1" != "$(printf '%s\n' "$@" | sort -V | head -n 1)" ]; }
 
 found=$("$readelf" -hW "$library" | sed -n 's/^ *Machine: *//p')
 [ "$found" = "$machine" ] || fail "made for $found, not for $machine"
@@ -28,8 +27,7 @@ done
 symbols=$("$readelf" --dyn-syms -W "$library" |
   sed -n 's/.* UND \(.*\)@GLIBC_\([0-9.]*\).*/\2 \1/p')
 [ -n "$symbols" ] || fail "no symbol of glibc is needed: nothing was measured"
-# shellcheck disable=SC2086  # a version a word
-floor=$(newest $(echo "$symbols" | cut -d ' ' -f 1))
+floor=$(echo "$symbols" | sort -V | tail -n 1 | cut -d ' ' -f 1)
 
 echo "machine: $found"
 echo "needs: $(echo "$needed" | tr '\n' ' ')"
