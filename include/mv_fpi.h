@@ -20,8 +20,9 @@
  *     -14 and -99 can mean two things (see FG_DEV_* below). The day's
  *     diagnostic log tells them apart: create /tmp/fplog_YYYYMMDD.log (local
  *     date) and every call appends to it for that day.
- *  7. A signal handler may interrupt a wait. The call goes on; at worst it
- *     polls the sensor a little earlier.
+ *  7. A signal handler may interrupt a wait. A pause then ends early; a wait
+ *     for the reader's reply ends as if none had come (FG_DEV_READ), SA_RESTART
+ *     or not. Hosts with frequent signals block them in the calling thread.
  *  8. A call may fork and run a program only in FG_TipsGetTemplate.
  *
  * ARGUMENTS THAT DEVICE CALLS SHARE

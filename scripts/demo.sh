@@ -41,7 +41,7 @@ done
 
 cd "$(dirname "$0")/.."
 readonly build=$PWD/build/demo
-export PATH=$build/out:$build/apps/virtual_reader:$PATH
+export PATH=$build/out:$PATH
 
 heading() { printf '\n== %s\n' "$1"; }
 

@@ -13,8 +13,9 @@ DEMO='g++ cmake ninja-build pkg-config libcjson-dev libcli11-dev
 GUIDED_DEMO="$DEMO qt6-base-dev fonts-noto-cjk procps"
 
 # To build everything, with both compilers, and to test it.
-TESTS="$GUIDED_DEMO ccache clang clang-format clang-tidy libgtest-dev
-  libbenchmark-dev xvfb xdotool x11-utils openbox imagemagick"
+TESTS="$GUIDED_DEMO ccache clang clang-format clang-tidy libclang-rt-14-dev
+  cppcheck libgtest-dev libbenchmark-dev xvfb xdotool x11-utils openbox
+  imagemagick"
 
 # On top of that, to cross-build for arm64 and to run the result.
 ARM64="$TESTS g++-aarch64-linux-gnu qemu-user-static libcjson-dev:arm64

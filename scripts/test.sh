@@ -34,5 +34,9 @@ for preset in "${presets[@]}"; do
     ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >/dev/null
   cmake --build --preset "$preset" -- --quiet
   echo "== $preset: test"
-  ctest --preset "$preset" --parallel "$jobs" --progress
+  ctest --preset "$preset" --parallel "$jobs" --progress --label-exclude screen
+  # On an overloaded machine the window has been seen not to come up at all, once
+  # in some hundred starts; a second try tells that from a fault.
+  ctest --preset "$preset" --progress --label-regex screen --no-tests=ignore \
+    --repeat until-pass:2
 done

@@ -40,7 +40,7 @@ struct Transfer {
 struct Options {
   int baud = 0;  // 0: as fast as possible
   Bytes version = {2, 15};
-  std::string serial = "CX1206A0001900004711202600000042";
+  std::string serial = "CX1206A0001900004711000042240315";
   FingerBook fingers;       // without more ado: all the synthetic ones
   bool keeps_trace = true;  // off: Trace() and Requests() stay empty
   // Called from the reader's thread; must not call the reader.

@@ -2,6 +2,7 @@
 
 #include "MvMatch/minutiae_record.h"
 #include "MvMatch/thread_matchers.h"
+#include "mv_base/wipe.h"
 
 int32_t _MivoMatchFinger(const corvex::WorkingForm* first_working,
                          const corvex::WorkingForm* second_working) {
@@ -16,6 +17,8 @@ int32_t MivoMatchFinger(const uint8_t* first_record,
   }
   corvex::WorkingForm first;
   corvex::WorkingForm second;
+  const corvex::WipeAtEnd wipe_first(&first);
+  const corvex::WipeAtEnd wipe_second(&second);
   if (ConvertTransferFormat(&first, first_record) == 0 ||
       ConvertTransferFormat(&second, second_record) == 0) {
     return corvex::kBadRecord;

@@ -1,5 +1,7 @@
 #include "MvMatch/minutiae_record.h"
 
+#include "mv_base/wipe.h"
+
 namespace {
 
 using corvex::Minutia;
@@ -47,6 +49,7 @@ namespace corvex {
 int32_t RecordLength(const uint8_t* record) {
   if (record == nullptr) return kBadRecord;
   WorkingForm scratch;
+  const WipeAtEnd wipe(&scratch);
   const int32_t length = ConvertTransferFormat(&scratch, record);
   return length < kRecordHeadBytes ? kBadRecord : length;
 }

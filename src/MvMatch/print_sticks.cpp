@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "MvMatch/segment_table.h"
+#include "mv_base/wipe.h"
 
 namespace corvex {
 namespace {
@@ -79,7 +80,8 @@ void CloseFullBuckets(int32_t room, int32_t count, StickTraits* traits) {
 int32_t FindSticks(const MinutiaeVector& minutiae, int32_t room,
                    MinutiaPairs* pairs) {
   const SegmentTable& table = Segments();
-  const Fields fields = FieldsOf(minutiae);
+  Fields fields = FieldsOf(minutiae);
+  const WipeAtEnd wipe(&fields);
   constexpr Lanes kSteps = {0, 0x100, 0x200, 0x300, 0x400, 0x500, 0x600, 0x700};
   int32_t row = 0;  // place of the pair (i, i + 1)
   for (int32_t i = 0; i < minutiae.count; ++i) {

@@ -5,6 +5,7 @@
 
 #include "MvMatch/minutiae_record.h"
 #include "MvMatch/thread_matchers.h"
+#include "mv_base/wipe.h"
 
 namespace {
 
@@ -61,6 +62,7 @@ int32_t MivoSynthMinut(const uint8_t* captures, int32_t count,
     return corvex::kBadRecord;
   }
   Captures converted;
+  const corvex::WipeAtEnd wipe(&converted);
   if (!Convert(&converted, captures, count)) return corvex::kBadRecord;
   const Agreement agreement = CompareAll(converted);
   const int32_t a = agreement.best_first;

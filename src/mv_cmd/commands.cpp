@@ -5,6 +5,7 @@
 
 #include "mv_base/base64.h"
 #include "mv_base/diagnostic_log.h"
+#include "mv_base/wipe.h"
 #include "mv_cmd/frame.h"
 #include "mv_cmd/serial_port.h"
 
@@ -16,6 +17,11 @@ constexpr char kLogSource[] = "src/mv_cmd";
 struct Reply {
   uint8_t data[2048] = {};
   uint32_t length = 0;
+
+  Reply() = default;
+  ~Reply() { corvex::Wipe(data, length); }
+  Reply(const Reply&) = delete;
+  Reply& operator=(const Reply&) = delete;
 };
 static_assert(sizeof(Reply::data) >= kMaxReplyBytes);
 

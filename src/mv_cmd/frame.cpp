@@ -7,6 +7,7 @@
 #include "mv_base/crc32.h"
 #include "mv_base/diagnostic_log.h"
 #include "mv_base/hex.h"
+#include "mv_base/wipe.h"
 #include "mv_cmd/serial_port.h"
 
 namespace {
@@ -28,6 +29,15 @@ uint32_t LoadLittleEndian(const uint8_t* in) {
   for (int i = 0; i < 4; ++i) value |= static_cast<uint32_t>(in[i]) << (8 * i);
   return value;
 }
+
+// What is received: the hex text and, decoded in place, the data.
+struct ReceiveDeleter {
+  void operator()(uint8_t* text) const {
+    corvex::Wipe(text, kReceiveBytes);
+    delete[] text;
+  }
+};
+using ReceiveBuffer = std::unique_ptr<uint8_t[], ReceiveDeleter>;
 
 // The text of a request.
 struct Request {
@@ -57,9 +67,12 @@ struct ReplyHeader {
   char mark;
   uint8_t echo, status, marker;
   uint32_t data_len;
+  // Zeros stand for what is missing, and in the length they look like a reply
+  // without data.
+  bool whole;
 
-  // A short read left zeros, which the checks refuse.
-  explicit ReplyHeader(const uint8_t* text) : mark(static_cast<char>(text[0])) {
+  ReplyHeader(const uint8_t* text, int32_t chars)
+      : mark(static_cast<char>(text[0])), whole(chars == kReplyHeaderChars) {
     uint8_t bytes[kReplyHeaderBytes];
     Hex2Bin(bytes, reinterpret_cast<const char*>(text + 1),
             2 * kReplyHeaderBytes);
@@ -79,20 +92,23 @@ int32_t Send(int32_t fd, uint8_t cmd, const uint8_t* payload,
   return kDevWriteFailed;
 }
 
+// Returns the number of characters that came, 1 or more.
 int32_t ReadHeader(int32_t fd, uint8_t cmd, uint8_t* text) {
   // The reader changes its speed while it answers this one.
   if (cmd == kCmdRate) {
-    if (corvex_read_rate_data(fd, text, kReplyHeaderChars) >= 1) return 0;
+    const int32_t chars = corvex_read_rate_data(fd, text, kReplyHeaderChars);
+    if (chars >= 1) return chars;
     MV_LOG("corvex_dev_io 读取波特率前3字节指令包失败[-11]\n");
     return kDevReadFailed;
   }
-  if (corvex_read_data(fd, text, kReplyHeaderChars) >= 1) return 0;
+  const int32_t chars = corvex_read_data(fd, text, kReplyHeaderChars);
+  if (chars >= 1) return chars;
   MV_LOG("corvex_dev_io 读取前3字节指令包失败[-11]\n");
   return kDevReadFailed;
 }
 
 int32_t CheckHeader(const ReplyHeader& header, uint8_t cmd) {
-  if (header.mark == kStartMark && header.echo == cmd &&
+  if (header.whole && header.mark == kStartMark && header.echo == cmd &&
       header.status == kStatusOk && header.marker == kFrameMarker) {
     return 0;
   }
@@ -135,10 +151,10 @@ int32_t ReadData(int32_t fd, uint8_t* text, int32_t data_len) {
 
 int32_t Receive(int32_t fd, uint8_t cmd, uint8_t* text, uint8_t* out,
                 uint32_t* out_len) {
-  int32_t result = ReadHeader(fd, cmd, text);
-  if (result < 0) return result;
-  const ReplyHeader header(text);
-  result = CheckHeader(header, cmd);
+  const int32_t chars = ReadHeader(fd, cmd, text);
+  if (chars < 0) return chars;
+  const ReplyHeader header(text, chars);
+  int32_t result = CheckHeader(header, cmd);
   if (result < 0) return result;
   const auto data_len = static_cast<int32_t>(header.data_len);
   MV_LOG("corvex_dev_io 数据长度:[%d] 编码长度:[%d]\n", data_len,
@@ -163,13 +179,14 @@ int32_t corvex_dev_io(int32_t fd, uint8_t cmd, const uint8_t* payload,
     MV_LOG("corvex_dev_io 下发数据超长[%d]\n", payload_len);
     return kDevBadArgument;
   }
-  const int32_t sent = Send(fd, cmd, payload, payload_len);
-  if (sent < 0) return sent;
-  const std::unique_ptr<uint8_t[]> text(new (std::nothrow)
-                                            uint8_t[kReceiveBytes]());
+  // Before anything is sent: a reply that nobody reads would be taken for the
+  // next command's.
+  const ReceiveBuffer text(new (std::nothrow) uint8_t[kReceiveBytes]());
   if (text == nullptr) {
     MV_LOG("corvex_dev_io 申请内存空间失败[-99]\n");
     return kDevNoMemory;
   }
+  const int32_t sent = Send(fd, cmd, payload, payload_len);
+  if (sent < 0) return sent;
   return Receive(fd, cmd, text.get(), out, out_len);
 }

@@ -4,6 +4,7 @@
 #include "MvMatch/MvMatch.h"
 #include "mv_base/base64.h"
 #include "mv_base/record_kind.h"
+#include "mv_base/wipe.h"
 #include "mv_fpi.h"
 #include "mv_loadso/algorithm_library.h"
 
@@ -58,6 +59,8 @@ int FG_FpMatch(const char* first, const char* second, int level) {
   }
   Record a;
   Record b;
+  const corvex::WipeAtEnd wipe_a(&a);
+  const corvex::WipeAtEnd wipe_b(&b);
   if (!Decode(first, &a) || !Decode(second, &b)) return FG_ERR_NO_MATCH;
   const bool dual = cx_chkmut(a.bytes) > 0 || cx_chkmut(b.bytes) > 0;
   return dual ? CompareInLibrary(a, b, level) : Compare(a, b, level);

@@ -8,6 +8,7 @@
 #include "mv_base/clock.h"
 #include "mv_base/diagnostic_log.h"
 #include "mv_base/record_kind.h"
+#include "mv_base/wipe.h"
 #include "mv_cmd/commands.h"
 #include "mv_cmd/frame.h"
 #include "mv_fpi/call_frame.h"
@@ -143,6 +144,7 @@ class Enrolment {
 
   int32_t Synthesise() {
     uint8_t input[kPresses][kSynthesisSlotBytes];
+    const corvex::WipeAtEnd wipe(&input);
     for (int32_t i = 0; i < kPresses; ++i) {
       std::memcpy(input[i], captures_.slots[i], kSynthesisSlotBytes);
     }
@@ -203,6 +205,8 @@ class Enrolment {
   PromptWindow window_;
   Captures captures_;
   Template template_;
+  const corvex::WipeAtEnd wipe_captures_{&captures_};
+  const corvex::WipeAtEnd wipe_template_{&template_};
 };
 
 int32_t Enrol(const Variant& variant, const LinkArguments& link,

@@ -4,6 +4,7 @@
 #include "mv_base/base64.h"
 #include "mv_base/clock.h"
 #include "mv_base/diagnostic_log.h"
+#include "mv_base/wipe.h"
 #include "mv_cmd/commands.h"
 #include "mv_cmd/frame.h"
 #include "mv_fpi/call_frame.h"
@@ -43,6 +44,7 @@ int32_t SetReaderSpeed(int32_t port, char* message) {
 int32_t ReadFeature(int32_t port, const Output& out) {
   // Larger than the caller's: the reader may send more than fits there.
   char text[Base64Length(kMaxReplyBytes) + 1] = {};
+  const corvex::WipeAtEnd wipe(&text);
   int32_t result =
       corvex_get_feature(port, reinterpret_cast<uint8_t*>(text), /*encode=*/1);
   if (result >= FG_FEATURE_BYTES) result = FG_DEV_TOO_LONG;

@@ -14,10 +14,8 @@ std::string InstallStandIn(const std::string& directory, StandIn behaviour) {
   const fs::path path = fs::path(directory) / "cx_capdlg";
   fs::create_directories(directory);
   fs::copy_file(STAND_IN_PROGRAM, path, fs::copy_options::overwrite_existing);
-  WriteFile("/tmp/stand_in_behaviour", behaviour == StandIn::kObeys ? "obeys"
-                                       : behaviour == StandIn::kStubborn
-                                           ? "stubborn"
-                                           : "ends");
+  constexpr const char* kWords[] = {"obeys", "stubborn", "ends", "watches"};
+  WriteFile("/tmp/stand_in_behaviour", kWords[static_cast<int>(behaviour)]);
   return path;
 }
 

@@ -8,8 +8,8 @@
 namespace support {
 
 // What the stand-in does: takes items until it is asked to close; takes them
-// and stays; ends at once.
-enum class StandIn { kObeys, kStubborn, kEndsAtOnce };
+// and stays; ends at once; obeys and, as the window does, ends with its block.
+enum class StandIn { kObeys, kStubborn, kEndsAtOnce, kEndsWithBlock };
 
 // Installs it as `directory`/cx_capdlg and returns that path.
 std::string InstallStandIn(const std::string& directory, StandIn behaviour);

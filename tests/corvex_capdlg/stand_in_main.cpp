@@ -41,7 +41,9 @@ int main(int argc, char** argv) {
        std::to_string(cx_dlg_get_timeout()));
   const auto item = std::make_unique<smo_data_t>();
   while (true) {
-    if (cx_dlg_recv_data(item.get(), nullptr) > 0) {
+    const int32_t taken = cx_dlg_recv_data(item.get(), nullptr);
+    if (taken == CX_DLG_FAILED && behaviour == "watches") return 0;
+    if (taken > 0) {
       NoteItem(*item);
       if (item->quit_flag == 1 && behaviour != "stubborn") return 0;
     }

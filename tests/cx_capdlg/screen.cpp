@@ -44,11 +44,13 @@ Screen::Screen(const std::string& size) {
 
 std::string Screen::PromptWindow() const {
   std::string window;
-  Eventually([&] {
+  EXPECT_TRUE(Eventually([&] {
     window = log_run_cmd(
         "xdotool search --onlyvisible --class cx_capdlg 2>/dev/null");
     return !window.empty() && window.find('\n') == std::string::npos;
-  });
+  })) << "found: "
+      << window << "\n"
+      << log_run_cmd("ps ax; xwininfo -root -tree 2>&1");
   return window;
 }
 

@@ -156,6 +156,8 @@ TEST_F(FrameTest, AReplyThatBreaksOffFailsWhereItBreaks) {
   } kCases[] = {
       {"nothing", "", -11},
       {"in the header", "~10001", -14},
+      {"before the length", "~100016", -14},
+      {"in the length", "~1000160200000", -14},
       {"before the data", "~10001602000000", -11},
       {"in the data", "~10001602000000020", -11},
       {"before the checksum", "~10001602000000020F", -11},

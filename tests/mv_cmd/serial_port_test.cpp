@@ -112,6 +112,17 @@ TEST_F(SerialPortTest, AWrongNameCostsNoDescriptor) {
   EXPECT_TRUE(Contains(log, "corvex_open_uart 非终端[0]\n"));
 }
 
+TEST_F(SerialPortTest, ANameThatDoesNotFitNamesNoOtherPort) {
+  // Cut where the room ends it would be this port's.
+  constexpr size_t kRoom = 511;
+  std::string name = pty_.Name();
+  while (strlen("/dev/") + name.size() < kRoom) name.insert(0, "/");
+  const int32_t port = corvex_open_uart(name.c_str());
+  EXPECT_GE(port, 0);
+  corvex_close_uart(port);
+  EXPECT_EQ(-1, corvex_open_uart((name + "0").c_str()));
+}
+
 TEST_F(SerialPortTest, DescriptorZeroGetsItsSettingsBackButStaysOpen) {
   const termios before = pty_.Settings();
   close(0);

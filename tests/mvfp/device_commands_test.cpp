@@ -75,7 +75,7 @@ void PrintTo(const Situation& situation, std::ostream* out) {
 const std::vector<Situation>& Situations() {
   static const std::vector<Situation> kSituations = {
       {"Version", {"version"}, "", 0, "v2.15\n", {}},
-      {"SerialNumber", {"sn"}, "", 0, "CX1206A0001900004711202600000042\n", {}},
+      {"SerialNumber", {"sn"}, "", 0, "CX1206A0001900004711000042240315\n", {}},
       {"ProbeWithoutFinger", {"probe"}, "", 1, "no finger\n", {}},
       {"ProbeWithFinger", {"probe"}, "press anna", 0, "finger\n", {}},
       {"Capture", {"capture"}, "press anna", 0, SampleRecord(40) + "\n", {}},

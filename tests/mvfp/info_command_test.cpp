@@ -26,8 +26,8 @@ TEST_F(InfoCommand, PrintsWhatPeopleRead) {
       "brand          KOVA\n"
       "model          MV5120\n"
       "firmware       v2.15\n"
-      "serial number  CX1206A0001900004711202600000042\n"
-      "produced       20000042\n"
+      "serial number  CX1206A0001900004711000042240315\n"
+      "produced       20240315\n"
       "library        2024.11.27\n",
       finished.out);
 }

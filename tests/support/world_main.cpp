@@ -11,34 +11,15 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/namespaces.h"
+
 namespace {
 
 constexpr int kSkipped = 77;
-
-bool WriteFile(const char* path, const char* text) {
-  FILE* const file = fopen(path, "w");
-  if (file == nullptr) return false;
-  const bool written = fputs(text, file) >= 0;
-  return fclose(file) == 0 && written;
-}
-
-// Without root the namespaces need a user namespace around them.
-bool EnterNamespaces() {
-  constexpr int kOwn = CLONE_NEWNS | CLONE_NEWIPC | CLONE_NEWPID;
-  if (unshare(kOwn) == 0) return true;
-  char uid_map[64];
-  char gid_map[64];
-  snprintf(uid_map, sizeof uid_map, "0 %u 1\n", geteuid());
-  snprintf(gid_map, sizeof gid_map, "0 %u 1\n", getegid());
-  return unshare(kOwn | CLONE_NEWUSER) == 0 &&
-         WriteFile("/proc/self/setgroups", "deny") &&
-         WriteFile("/proc/self/uid_map", uid_map) &&
-         WriteFile("/proc/self/gid_map", gid_map);
-}
+constexpr int kOwnNamespaces = CLONE_NEWNS | CLONE_NEWIPC | CLONE_NEWPID;
 
 bool MountOwnDirectories() {
-  return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777") == 0 &&
+  return support::MountOwnTmp() &&
          mount("proc", "/proc", "proc", 0, nullptr) == 0;
 }
 
@@ -67,7 +48,7 @@ int RunAsInit(int (*run)()) {
 }
 
 int RunInOwnWorld(int (*run)()) {
-  if (!EnterNamespaces()) {
+  if (!support::EnterNamespaces(kOwnNamespaces)) {
     perror("skipped: this machine gives no private namespaces");
     return kSkipped;
   }
