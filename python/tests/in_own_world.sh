@@ -18,7 +18,16 @@ if [ "${1-}" != --inside ]; then
 fi
 shift
 
-mount -t tmpfs -o mode=1777 tmpfs /tmp
+# Built aside, so that a checkout below /tmp can stay in sight.
+mount -t tmpfs -o mode=1777 tmpfs /mnt
+checkout=$(cd "$(dirname "$0")/../.." && pwd)
+case "$checkout" in
+  /tmp/*)
+    mkdir -p "/mnt/${checkout#/tmp/}"
+    mount --bind "$checkout" "/mnt/${checkout#/tmp/}"
+    ;;
+esac
+mount --no-mtab --move /mnt /tmp
 # Built aside: what it takes from the old /dev must still be in sight.
 mkdir /tmp/dev
 mount -t tmpfs -o mode=755 tmpfs /tmp/dev

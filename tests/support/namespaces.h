@@ -9,7 +9,9 @@ namespace support {
 // are threads. False when the machine gives none.
 bool EnterNamespaces(int kinds);
 
-// Covers /tmp by an empty one; wants a mount namespace of the process's own.
+// Covers /tmp by an empty one, in which only this checkout and its build may
+// still be seen, should they stand there. Wants a mount namespace of the
+// process's own.
 bool MountOwnTmp();
 
 }  // namespace support
