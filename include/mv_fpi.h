@@ -67,16 +67,16 @@ enum { FG_LEVEL_SCORE = 0, FG_LEVEL_LOWEST = 1, FG_LEVEL_HIGHEST = 5 };
 /* Result codes of the calls. */
 enum {
   FG_OK = 0,
-  FG_ERR_ARGUMENT = -1,       /* an argument breaks its rule */
-  FG_ERR_TIMEOUT = -2,        /* no finger, or not all presses, in time */
-  FG_ERR_PORT = -3,           /* the port could not be opened as a terminal */
-  FG_ERR_NO_FINGER = -7,      /* FG_CheckPressed: no finger on the sensor */
-  FG_ERR_NO_MATCH = -8,       /* FG_FpMatch: no match, or a malformed record */
-  FG_ERR_SELECTOR = -10,      /* switch box; FG_GetFeature: link speed too */
-  FG_ERR_BUSY = -14,          /* another call holds the reader */
-  FG_ERR_CANCELLED = -23,     /* the user closed the prompt window */
-  FG_ERR_NO_LIBRARY = -98,    /* the algorithm library cannot be loaded */
-  FG_ERR_SYNTHESIS = -99,     /* FG_GetTemplate: the presses do not agree */
+  FG_ERR_ARGUMENT = -1,    /* an argument breaks its rule */
+  FG_ERR_TIMEOUT = -2,     /* no finger, or not all presses, in time */
+  FG_ERR_PORT = -3,        /* the port could not be opened as a terminal */
+  FG_ERR_NO_FINGER = -7,   /* FG_CheckPressed: no finger on the sensor */
+  FG_ERR_NO_MATCH = -8,    /* FG_FpMatch: no match, or a malformed record */
+  FG_ERR_SELECTOR = -10,   /* switch box; FG_GetFeature: link speed too */
+  FG_ERR_BUSY = -14,       /* another call holds the reader */
+  FG_ERR_CANCELLED = -23,  /* the user closed the prompt window */
+  FG_ERR_NO_LIBRARY = -98, /* the algorithm library cannot be loaded */
+  FG_ERR_SYNTHESIS = -99,  /* FG_GetTemplate: the presses do not agree */
   FG_ERR_GUIDED_SYNTHESIS = -601 /* FG_TipsGetTemplate: the same */
 };
 

@@ -101,7 +101,7 @@ TEST_F(QueryTest, TheReadersOwnFailureIsTheResult) {
     const char* fault;
     int code;
   } kCases[] = {
-      {"status 5", -14},    {"marker 17", -14},  {"echo 11", -14},
+      {"status 5", -14},      {"marker 17", -14},  {"echo 11", -14},
       {"crc 0xDEADBEEF", -8}, {"length 1025", -3},
   };
   for (const auto& c : kCases) {
