@@ -132,6 +132,15 @@ bool SetUp(int32_t fd) {
   return true;
 }
 
+// Lets what is left to be sent go out, whatever the far side says: a line held
+// by hardware flow control would otherwise never drain.
+void EndFlowControl(int32_t fd) {
+  termios line{};
+  if ((g_term_bak.c_cflag & CRTSCTS) == 0 || tcgetattr(fd, &line) != 0) return;
+  line.c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
+  tcsetattr(fd, TCSANOW, &line);
+}
+
 }  // namespace
 
 int32_t corvex_open_uart(const char* name) {
@@ -159,6 +168,7 @@ int32_t corvex_open_uart(const char* name) {
 }
 
 int32_t corvex_close_uart(int32_t fd) {
+  EndFlowControl(fd);
   tcsetattr(fd, TCSADRAIN, &g_term_bak);
   // Deliberate: descriptor 0 stays open.
   if (fd >= 1) close(fd);

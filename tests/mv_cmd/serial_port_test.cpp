@@ -71,13 +71,17 @@ TEST_F(SerialPortTest, LeavesTheSettingsThatItDoesNotName) {
       open(("/dev/" + pty_.Name()).c_str(), O_RDWR | O_NOCTTY);
   termios odd = pty_.Settings();
   odd.c_iflag = IGNBRK | BRKINT | PARMRK | ISTRIP | INPCK | IXANY | ICRNL;
+  odd.c_cflag |= CRTSCTS;
   ASSERT_EQ(0, tcsetattr(slave, TCSANOW, &odd));
   const int32_t fd = Open();
   ASSERT_GE(fd, 0);
   EXPECT_EQ(
       static_cast<tcflag_t>(IGNBRK | BRKINT | PARMRK | ISTRIP | INPCK | IXANY),
       pty_.Settings().c_iflag);
+  EXPECT_NE(0u, pty_.Settings().c_cflag & CRTSCTS);
+  // The close drains without flow control, and then restores that too.
   corvex_close_uart(fd);
+  EXPECT_TRUE(support::SameSettings(odd, pty_.Settings()));
   close(slave);
 }
 
