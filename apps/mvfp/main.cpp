@@ -53,11 +53,11 @@ constexpr Command kSn = {"sn", corvex::mvfp::RunSn,
 constexpr Command kInfo = {
     "info", corvex::mvfp::RunInfo, "Print what the driver's JSON entry tells",
     R"(Brand, model, firmware, serial number and date of production. The entry knows
-ports by number: 3 is /dev/COM3, a name that a udev rule makes. With --json the
+ports by number: 3 is /dev/COM3, a name that mvfp bind makes. With --json the
 entry's reply is printed as it is.
 
 Examples:
-  sudo ln -s ttyUSB0 /dev/COM3
+  sudo mvfp bind 3 --port ttyUSB0
   mvfp info --port COM3
   mvfp info --port COM3 --json
 )"};
@@ -152,6 +152,23 @@ Examples:
   mvfp explain -14
   mvfp explain -14 FG_GetFeature
   mvfp explain FG_ERR_SELECTOR getfeature
+)"};
+
+constexpr Command kBind = {
+    "bind", corvex::mvfp::RunBind,
+    "Give a reader's port the lasting name /dev/COM<n>",
+    R"(The JSON entry asks for ports by number: 3 is /dev/COM3. A udev rule makes that
+name for the adapter that is at the port now, and keeps modem probers away from
+it. It knows the adapter by its serial number, in whichever socket; or, when
+there is none, by the socket. Cheap adapters may all bear the same serial
+number: use --by-socket where there are two of a kind. Writing and removing
+need root.
+
+Examples:
+  mvfp bind 3 --port ttyUSB0 --print
+  sudo mvfp bind 3 --port ttyUSB0
+  mvfp bind --list
+  sudo mvfp bind 3 --remove
 )"};
 
 // What the command line decides: the options, and what runs with them.
@@ -255,6 +272,22 @@ void AddExplainCommand(CLI::App* parent, Choice* choice) {
       ->excludes(code);
 }
 
+void AddBindCommand(CLI::App* parent, Choice* choice) {
+  CLI::App* const app = AddPortCommand(parent, kBind, choice);
+  Config& config = choice->config;
+  CLI::Option* const number =
+      app->add_option("NUMBER", config.number, "The n of /dev/COM<n>")
+          ->check(CLI::Range(0, corvex::mvfp::kHighestCom));
+  app->add_flag("--by-socket", config.by_socket,
+                "Know the adapter by its USB socket");
+  CLI::Option* const print =
+      app->add_flag("--print", config.print, "Print the rule, change nothing");
+  app->add_flag("--remove", config.remove, "Take the name away")
+      ->excludes(print);
+  app->add_flag("--list", config.list, "Print the names that were given")
+      ->excludes(number);
+}
+
 void AddEverything(CLI::App* app, Choice* choice) {
   app->set_version_flag("--version", "mvfp " MVFP_VERSION);
   app->footer(kFooter);
@@ -272,6 +305,7 @@ void AddEverything(CLI::App* app, Choice* choice) {
   AddInspectCommand(app, choice);
   AddLogCommands(app, choice);
   AddExplainCommand(app, choice);
+  AddBindCommand(app, choice);
 }
 
 // Parsing stopped before it saw every option, so --json is looked for by hand.
