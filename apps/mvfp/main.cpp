@@ -8,6 +8,7 @@
 
 #include "commands.h"
 #include "config.h"
+#include "driver.h"
 #include "report.h"
 
 namespace {
@@ -19,6 +20,7 @@ struct Command {
   int (*run)(const Config& config);
   const char* summary;
   const char* examples;
+  bool calls_driver = false;
 };
 
 constexpr char kFooter[] =
@@ -43,13 +45,15 @@ constexpr Command kVersion = {"version", corvex::mvfp::RunVersion,
                               R"(Examples:
   mvfp version --port ttyUSB0
   MVFP_PORT=ttyUSB0 mvfp version --json
-)"};
+)",
+                              true};
 constexpr Command kSn = {"sn", corvex::mvfp::RunSn,
                          "Print the reader's serial number",
                          R"(Examples:
   mvfp sn --port ttyUSB0
   mvfp sn --port ttyS1 --box A
-)"};
+)",
+                         true};
 constexpr Command kInfo = {
     "info", corvex::mvfp::RunInfo, "Print what the driver's JSON entry tells",
     R"(Brand, model, firmware, serial number and date of production. The entry knows
@@ -60,7 +64,8 @@ Examples:
   sudo mvfp bind 3 --port ttyUSB0
   mvfp info --port COM3
   mvfp info --port COM3 --json
-)"};
+)",
+    true};
 constexpr Command kProbe = {"probe", corvex::mvfp::RunProbe,
                             "Tell whether a finger lies on the sensor",
                             R"(Prints "finger" (exit 0) or "no finger" (exit 1).
@@ -68,7 +73,8 @@ constexpr Command kProbe = {"probe", corvex::mvfp::RunProbe,
 Examples:
   mvfp probe --port ttyUSB0
   until mvfp probe --port ttyUSB0; do sleep 1; done
-)"};
+)",
+                            true};
 constexpr Command kCapture = {"capture", corvex::mvfp::RunCapture,
                               "Wait for one press and print its feature",
                               R"(The feature is one line of Base64.
@@ -77,7 +83,8 @@ Examples:
   mvfp capture --port ttyUSB0
   mvfp capture --port ttyUSB0 --timeout 5 -o door.feature
   mvfp capture --port ttyUSB0 | mvfp match anna.template -
-)"};
+)",
+                              true};
 constexpr Command kEnroll = {
     "enroll", corvex::mvfp::RunEnroll,
     "Wait for three presses and print their template",
@@ -92,7 +99,8 @@ Examples:
   mvfp enroll --port ttyUSB0 -o anna.template
   mvfp enroll --port ttyUSB0 -o anna.template --guided
   mvfp enroll --port ttyUSB0 --json
-)"};
+)",
+    true};
 constexpr Command kMatch = {
     "match", corvex::mvfp::RunMatch, "Compare two records",
     R"(A record is the name of a file that holds it (@NAME for certain), - for
@@ -104,7 +112,8 @@ Examples:
   mvfp match anna.template door.feature
   mvfp match --level 5 anna.template door.feature
   mvfp capture --port ttyUSB0 | mvfp match anna.template -
-)"};
+)",
+    true};
 constexpr Command kInspect = {
     "inspect", corvex::mvfp::RunInspect,
     "Show a record as a table or a picture",
@@ -175,6 +184,7 @@ Examples:
 struct Choice {
   Config config;
   int (*run)(const Config& config) = nullptr;
+  bool calls_driver = false;
 };
 
 void AddJsonOption(CLI::App* app, Choice* choice) {
@@ -191,6 +201,7 @@ CLI::App* AddCommand(CLI::App* parent, const Command& command, Choice* choice) {
   app->callback([choice, &command, prefix] {
     choice->config.command = prefix + command.name;
     choice->run = command.run;
+    choice->calls_driver = command.calls_driver;
   });
   return app;
 }
@@ -333,8 +344,18 @@ int PrintUsageError(const CLI::App& app, const CLI::ParseError& error,
   return PrintFailure(config, failure);
 }
 
+int PrintNoDriver(const Config& config, const std::string& why) {
+  corvex::mvfp::Failure failure;
+  failure.what = "cannot load the driver: " + why;
+  failure.next = "see what is wrong: mvfp doctor";
+  return PrintFailure(config, failure);
+}
+
 int Run(const Choice& choice) {
   try {
+    const std::string why =
+        choice.calls_driver ? corvex::mvfp::LoadDriver() : "";
+    if (!why.empty()) return PrintNoDriver(choice.config, why);
     return choice.run(choice.config);
   } catch (const std::exception& error) {
     corvex::mvfp::Failure failure;
