@@ -20,6 +20,7 @@ int RunLogOff(const Config& config);
 int RunLogFollow(const Config& config);
 int RunExplain(const Config& config);
 int RunBind(const Config& config);
+int RunDoctor(const Config& config);
 
 }  // namespace corvex::mvfp
 

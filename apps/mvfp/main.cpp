@@ -180,6 +180,20 @@ Examples:
   sudo mvfp bind 3 --remove
 )"};
 
+constexpr Command kDoctor = {
+    "doctor", corvex::mvfp::RunDoctor, "Find out what keeps calls from working",
+    R"(Looks at the driver and what it needs, the lock, the log, and the port; without
+--port at every port that may have a reader. Each line is ok, a note (calls work,
+with less comfort) or a problem (calls fail); below it stands the one command
+that mends it. Nothing is changed, and no reader is asked. Exit 0 says that a
+call can work, 1 that none can. Only root sees what other users' processes do.
+
+Examples:
+  mvfp doctor
+  mvfp doctor --port ttyUSB0
+  sudo mvfp doctor --port ttyUSB0 --json
+)"};
+
 // What the command line decides: the options, and what runs with them.
 struct Choice {
   Config config;
@@ -317,6 +331,7 @@ void AddEverything(CLI::App* app, Choice* choice) {
   AddLogCommands(app, choice);
   AddExplainCommand(app, choice);
   AddBindCommand(app, choice);
+  AddPortCommand(app, kDoctor, choice);
 }
 
 // Parsing stopped before it saw every option, so --json is looked for by hand.
