@@ -21,9 +21,7 @@ if [ -d "$place" ]; then
   exit
 fi
 
-# The first archive that this machine gets packages from and that has them.
-mirror=$(apt-get indextargets --format '$(ORIGIN) $(REPO_URI)' |
-  sed -n '/^Debian /{s///;p;q}')
+mirror=$("$(dirname "$0")/mirror.sh")
 mkdir -p "$cache"
 work=$(mktemp -d "$cache/fetching.XXXXXX")
 trap 'rm -rf "$work"' EXIT
