@@ -14,12 +14,10 @@ case "${1-}" in
   *) echo "usage: $0 amd64|arm64" >&2; exit 2 ;;
 esac
 build=build/packages-$1
-launcher=$(command -v ccache || true)
 
 cmake --preset "$preset" -B "$build" -DMV_BUILD_TESTS=OFF \
   -DMV_BUILD_BENCH=OFF -DCMAKE_INSTALL_PREFIX=/usr \
-  -DCMAKE_INSTALL_LIBDIR="lib/$triplet" \
-  ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >/dev/null
+  -DCMAKE_INSTALL_LIBDIR="lib/$triplet" >/dev/null
 cmake --build "$build" -- --quiet
 rm -f "$build"/*.deb
 (cd "$build" && cpack -G DEB >cpack.log) || { cat "$build/cpack.log"; exit 1; }

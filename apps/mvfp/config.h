@@ -24,6 +24,11 @@ struct Config {
   std::string picture;  // file name ending in .svg or .png
 
   bool from_start = false;  // log follow
+
+  // explain: a result code, the call that gave it; "" for any.
+  std::string code;
+  std::string function;
+  bool markdown = false;
 };
 
 }  // namespace corvex::mvfp

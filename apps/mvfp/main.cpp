@@ -142,6 +142,18 @@ Examples:
   mvfp log follow --from-start
 )"};
 
+constexpr Command kExplain = {
+    "explain", corvex::mvfp::RunExplain, "Explain a result code of the driver",
+    R"(The same number means different things in different calls: name the call too,
+as in mv_fpi.h or without its prefix, to get only what it means there. A code
+is given as a number or by its constant. Without a code, all are listed.
+
+Examples:
+  mvfp explain -14
+  mvfp explain -14 FG_GetFeature
+  mvfp explain FG_ERR_SELECTOR getfeature
+)"};
+
 // What the command line decides: the options, and what runs with them.
 struct Choice {
   Config config;
@@ -233,6 +245,16 @@ void AddLogCommands(CLI::App* parent, Choice* choice) {
                  "Begin with what today's log already holds");
 }
 
+void AddExplainCommand(CLI::App* parent, Choice* choice) {
+  CLI::App* const app = AddCommand(parent, kExplain, choice);
+  CLI::Option* const code = app->add_option("CODE", choice->config.code,
+                                            "The code: -14 or FG_ERR_BUSY");
+  app->add_option("FUNCTION", choice->config.function, "The call that gave it");
+  app->add_flag("--markdown", choice->config.markdown,
+                "Print all codes as a Markdown page")
+      ->excludes(code);
+}
+
 void AddEverything(CLI::App* app, Choice* choice) {
   app->set_version_flag("--version", "mvfp " MVFP_VERSION);
   app->footer(kFooter);
@@ -249,6 +271,7 @@ void AddEverything(CLI::App* app, Choice* choice) {
   AddMatchCommand(app, choice);
   AddInspectCommand(app, choice);
   AddLogCommands(app, choice);
+  AddExplainCommand(app, choice);
 }
 
 // Parsing stopped before it saw every option, so --json is looked for by hand.
