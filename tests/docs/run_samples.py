@@ -71,28 +71,28 @@ class Surroundings:
         leave_out = shutil.ignore_patterns("build", ".git", "corpus", "*.pyc")
         shutil.copytree(TREE, self.directory, symlinks=True, ignore=leave_out,
                         dirs_exist_ok=True)
-        build = Path(os.environ["MV_BUILD_DIR"])
         (self.directory / "build").mkdir()
-        (self.directory / "build" / build.name).symlink_to(build)
+        # Under the name that the documents know, whatever the preset.
+        (self.directory / "build/release").symlink_to(os.environ["MV_BUILD_DIR"])
 
     def _use_installed(self):
         root = Path(os.environ["MV_INSTALLED"])
         [header] = root.rglob("include/mv_fpi.h")
-        [self.driver] = root.rglob("libmv_fpi.so.1")
+        [driver] = root.rglob("libmv_fpi.so.1")
         [package] = root.rglob("pkgconfig/mv_fpi.pc")
         prefix = header.parents[1]
-        self.flags = [f"-I{header.parent}", f"-L{self.driver.parent}"]
-        self.installed = dict(
-            PATH=f"{prefix}/bin:{os.environ['PATH']}",
-            LD_LIBRARY_PATH=str(self.driver.parent),
+        self.flags = [f"-I{header.parent}", f"-L{driver.parent}"]
+        os.environ.update(
+            PATH=":".join([f"{prefix}/bin", str(Path(sys.executable).parent),
+                           os.environ["PATH"]]),
+            LD_LIBRARY_PATH=str(driver.parent),
             PKG_CONFIG_PATH=str(package.parent),
             PKG_CONFIG_SYSROOT_DIR=str(root),
             CMAKE_PREFIX_PATH=str(prefix),
-            MV_FPI_LIBRARY=str(self.driver),
+            MV_FPI_LIBRARY=str(driver),
             HOME=str(self.directory),
             PIP_NO_INDEX="1",
         )
-        os.environ.update(self.installed)
         os.environ.pop("TMPDIR", None)
 
     def _start_reader(self):
