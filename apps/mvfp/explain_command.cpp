@@ -127,6 +127,7 @@ Json AsJson(const Meanings& rows) {
     for (const Call call : CallsOf(row->calls)) {
       object["calls"].push_back(NameOf(call));
     }
+    object["at_once"] = row->stage == Stage::kAtOnce;
     object["message"] = row->status;
     object.update(ToJson(*row));
     array.push_back(object);
