@@ -8,5 +8,6 @@ function(mv_module name)
   target_include_directories(${name} PUBLIC
     ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src
     ${PROJECT_SOURCE_DIR}/corvex_capdlg)
+  target_compile_options(${name} PRIVATE ${MV_OLD_RUNTIME_COMPILE})
   set_property(GLOBAL APPEND PROPERTY MV_MODULES ${name})
 endfunction()

@@ -11,7 +11,10 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
   WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL runtime dev tools)
+set(CPACK_COMPONENTS_ALL runtime dev tools python)
+if(TARGET cx_capdlg)
+  list(APPEND CPACK_COMPONENTS_ALL prompt)
+endif()
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -28,19 +31,30 @@ set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmv-fpi1)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-# The window's texts are Chinese, and the driver finds a running one by pgrep.
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS
-  "fonts-noto-cjk | fonts-wqy-microhei, procps")
+# A terminal without a screen does without the window, and thus without Qt.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS mv-fpi-prompt)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "The driver library: captures features, enrols fingers, compares records and
-reads version and serial number. Comes with the prompt window of guided
-enrolment, a udev rule for the readers' ports and the lock file that all users
-share.")
+reads version and serial number. Comes with a udev rule for the readers' ports
+and the lock file that all users share.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${debian}/postinst
   ${debian}/postrm
   ${debian}/triggers
   ${debian}/shlibs)
+
+# The driver looks for the window beside its own file. The texts are Chinese, and
+# the driver finds a running window by pgrep.
+set(CPACK_DEBIAN_PROMPT_PACKAGE_NAME mv-fpi-prompt)
+set(CPACK_DEBIAN_PROMPT_PACKAGE_SECTION misc)
+set(CPACK_DEBIAN_PROMPT_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PROMPT_PACKAGE_DEPENDS procps)
+set(CPACK_DEBIAN_PROMPT_PACKAGE_RECOMMENDS
+  "fonts-noto-cjk | fonts-wqy-microhei")
+set(CPACK_DEBIAN_PROMPT_PACKAGE_ENHANCES libmv-fpi1)
+set(CPACK_COMPONENT_PROMPT_DESCRIPTION
+  "The prompt window of guided enrolment: names the press that is due, shows
+the finger, and lets the user cancel. The driver starts it.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmv-fpi-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
@@ -59,15 +73,35 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION
   "Command-line tools: mvfp captures, enrols, compares, inspects and draws
 records; mvfp-vreader is a virtual reader for tests without hardware.")
 
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-mv-fpi)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "python3 (>= 3.9), libmv-fpi1 (>= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+  "The driver's calls for Python: methods with types, and exceptions that know
+the code, its meaning and what to do about it.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${debian}/python/postinst
+  ${debian}/python/prerm)
+
 set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
 configure_file(${debian}/changelog.in ${changelog} @ONLY)
 execute_process(COMMAND gzip -9nkf ${changelog} COMMAND_ERROR_IS_FATAL ANY)
-foreach(component RUNTIME DEV TOOLS)
-  string(TOLOWER ${component} lower)
-  set(doc share/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME})
+foreach(component ${CPACK_COMPONENTS_ALL})
+  string(TOUPPER ${component} upper)
+  set(doc share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
   install(FILES ${changelog}.gz ${debian}/copyright
-    DESTINATION ${doc} COMPONENT ${lower} EXCLUDE_FROM_ALL)
+    DESTINATION ${doc} COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
+# As pip would record it.
+configure_file(${debian}/python/METADATA.in METADATA @ONLY)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/mv_fpi
+  DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
+  PATTERN __pycache__ EXCLUDE)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/METADATA
+  DESTINATION lib/python3/dist-packages/mv_fpi-${PROJECT_VERSION}.dist-info
+  COMPONENT python EXCLUDE_FROM_ALL)
 install(FILES ${debian}/70-mv-fpi.rules
   DESTINATION lib/udev/rules.d COMPONENT runtime)
 install(FILES ${debian}/mv-fpi.conf

@@ -1,57 +1,71 @@
 #!/usr/bin/env bash
 # Installs the packages of a directory into a clean Debian 12, builds hosts
 # against them as an integrator would, lets these run, upgrades and removes.
-# Needs root, debootstrap and a package mirror; takes minutes.
+# Needs root, debootstrap and a package mirror; another architecture's packages
+# are tried under emulation. Exit status 77: not allowed here.
 #
-#   packaging/test-packages.sh DIRECTORY [BASE]
+#   packaging/test-packages.sh DIRECTORY
 #
-# BASE is where the clean system is kept for the next time; it is never changed
-# by a test, which works on a copy-on-write layer in memory.
+# The clean system and what it downloads are kept in the user's cache. The first
+# run, which makes it, takes minutes. No test changes it: each works on a
+# copy-on-write layer in memory.
 set -euo pipefail
 
 if [ "${IN_OWN_WORLD-}" != 1 ]; then
+  if ! unshare --mount --ipc --pid --fork mount -t tmpfs tmpfs /mnt; then
+    echo "$0: namespaces and mounts are not allowed here" >&2
+    exit 77
+  fi
   exec env IN_OWN_WORLD=1 \
     unshare --mount --ipc --pid --fork --kill-child "$0" "$@"
 fi
 
 here=$(dirname "$(realpath "$0")")
 packages=$(realpath -e "${1:?which directory holds the packages?}")
-mount -t tmpfs tmpfs /mnt
-base=${2:-/mnt/base}
+architecture=$(dpkg-deb -f "$packages"/libmv-fpi1_*.deb Architecture)
+cache=${XDG_CACHE_HOME:-$HOME/.cache}/mv-fpi
+base=$cache/clean-bookworm-$architecture
+downloads=$cache/downloads-bookworm-$architecture
 root=/mnt/root
+names=(libmv-fpi1 libmv-fpi-dev mv-fpi-prompt mv-fpi-tools python3-mv-fpi)
+mount -t tmpfs tmpfs /mnt
 
 step() { printf '\n== %s\n' "$1"; }
 fail() { echo "FAILED: $1" >&2; exit 1; }
 inside() { chroot "$root" /usr/bin/env -i PATH="$PATH" LC_ALL=C.UTF-8 "$@"; }
 apt() {
   inside DEBIAN_FRONTEND=noninteractive apt-get -qq -y \
-    --no-install-recommends -o Dpkg::Use-Pty=0 "$@" >/mnt/apt.log 2>&1 ||
+    --no-install-recommends -o Dpkg::Use-Pty=0 -o APT::Sandbox::User=root "$@" >/mnt/apt.log 2>&1 ||
     { cat /mnt/apt.log >&2; fail "apt-get $*"; }
 }
 
 make_base() {
-  debootstrap --variant=minbase \
+  rm -rf "$base.part"
+  mkdir -p "$cache"
+  debootstrap --arch="$architecture" --variant=minbase \
     --include=ca-certificates,cmake,g++,make,pkgconf,procps \
-    bookworm "$base" >/mnt/debootstrap.log ||
+    bookworm "$base.part" "$("$here/mirror.sh")" >/mnt/debootstrap.log ||
     { tail /mnt/debootstrap.log >&2; fail "debootstrap"; }
+  mv "$base.part" "$base"
 }
 
 enter_clean_system() {
-  mkdir -p /mnt/upper /mnt/work "$root"
+  mkdir -p /mnt/upper /mnt/work "$root" \
+    "$downloads/archives/partial" "$downloads/lists/partial"
   mount -t overlay overlay \
     -o "lowerdir=$base,upperdir=/mnt/upper,workdir=/mnt/work" "$root"
   mount -t proc proc "$root/proc"
   mount --rbind /dev "$root/dev"
   mount -t tmpfs -o mode=1777 tmpfs "$root/tmp"
-  # From where this machine gets its packages, the clean one does.
-  rm -f "$root/etc/apt/sources.list"
-  cp -a /etc/apt/. "$root/etc/apt/"
+  mount --bind "$downloads/archives" "$root/var/cache/apt/archives"
+  mount --bind "$downloads/lists" "$root/var/lib/apt/lists"
   cp -L /etc/resolv.conf "$root/etc/resolv.conf"
 }
 
+# install_packages DIRECTORY [raised]: all of them, from there.
 install_packages() {
   mkdir -p "$root/$1"
-  cp "$packages"/*_"$architecture".deb "$root/$1"
+  cp "$packages"/*.deb "$root/$1"
   if [ -n "${2-}" ]; then
     for deb in "$root/$1"/*.deb; do raise_version "$deb"; done
   fi
@@ -59,6 +73,16 @@ install_packages() {
   local debs=("$root/$1"/*.deb)
   apt install "${debs[@]#"$root"}"
   rm -r "${root:?}/$1"
+}
+
+# What a terminal without a screen gets.
+install_driver_alone() {
+  cp "$packages"/libmv-fpi1_*.deb "$root/root/driver.deb"
+  apt install /root/driver.deb
+  rm "$root/root/driver.deb"
+  if inside dpkg-query -W 'libqt*' 2>/dev/null; then
+    fail "the driver brought Qt along"
+  fi
 }
 
 # The next release, as the package manager sees it.
@@ -86,8 +110,84 @@ build_hosts() {
 }
 
 start_reader() {
-  coproc READER { inside mvfp-vreader --auto-press 1 --script -; }
+  coproc READER {
+    inside mvfp-vreader --records /usr/share/mv-fpi/fingers.tsv --script -
+  }
   read -r port <&"${READER[0]}" || fail "no virtual reader"
+}
+
+tell_reader() { echo "$1" >&"${READER[1]}"; }
+
+start_screen() {
+  exec {number}< <(exec Xvfb -displayfd 1 -ac -screen 0 1280x800x24 2>/dev/null)
+  read -r display <&"$number" || fail "no X server"
+}
+
+# The window is on the screen before a finger is, and gone after the last press.
+check_guided_enrolment() {
+  inside DISPLAY=":$display" mvfp enroll --guided --timeout 120 \
+    --port "$port" -o /root/guided.template &
+  local enrolment=$! tries=0
+  until DISPLAY=:$display xwininfo -root -tree | grep -q cx_capdlg; do
+    tries=$((tries + 1))
+    [ "$tries" -lt 200 ] || fail "no window came up"
+    kill -0 "$enrolment" || fail "the enrolment ended before the window"
+    sleep 0.5
+  done
+  tell_reader "press 1"
+  wait "$enrolment" || fail "guided enrolment"
+  if inside pgrep -x cx_capdlg; then fail "the window stayed"; fi
+  inside mvfp capture --port "$port" -o /root/door.feature
+  inside mvfp match /root/guided.template /root/door.feature
+  tell_reader lift
+}
+
+check_python() {
+  inside python3 -W error -c '
+import mv_fpi, pathlib, sys
+from importlib import metadata
+driver = mv_fpi.Driver()
+print(mv_fpi.__name__, metadata.version("mv_fpi"), driver.version(sys.argv[1]))
+template = pathlib.Path("/root/guided.template").read_text().strip()
+assert driver.matches(template, template, level=5)
+' "$port" || fail "the Python module"
+}
+
+# A reader on an adapter that modem probers like to open.
+check_udev_rules() {
+  local usb=$root/sys/devices/usb1/1-1 event
+  mount -t tmpfs tmpfs "$root/sys"
+  mkdir -p "$usb/tty/ttyUSB99" "$root/sys/bus/usb" "$root/sys/class/tty"
+  echo 1a86 >"$usb/idVendor"
+  echo DEVTYPE=usb_device >"$usb/uevent"
+  printf '%s\n' MAJOR=188 MINOR=99 DEVNAME=ttyUSB99 >"$usb/tty/ttyUSB99/uevent"
+  ln -s ../../../bus/usb "$usb/subsystem"
+  ln -s ../../../../../class/tty "$usb/tty/ttyUSB99/subsystem"
+  event=$(inside SYSTEMD_DEVICE_VERIFY_SYSFS=0 udevadm test --action=add \
+    /sys/devices/usb1/1-1/tty/ttyUSB99 2>&1)
+  umount "$root/sys"
+  for effect in "GROUP $(inside getent group dialout | cut -d : -f 3)" \
+    "MODE 0660" ID_MM_PORT_IGNORE=1 ID_MM_DEVICE_IGNORE=1; do
+    grep -q "\(70-mv-fpi.rules:[0-9]* \|^\)$effect" <<<"$event" ||
+      fail "the udev rules do not give '$effect': $event"
+  done
+  if grep "70-mv-fpi.rules.*\(Invalid\|Unknown\|Failed\)" <<<"$event"; then
+    fail "the udev rules are at fault"
+  fi
+  echo "udev: dialout, 0660, left alone by modem probers"
+}
+
+# Every exported function has its page; that they are clean, lintian has seen.
+check_manual() {
+  local function
+  for function in $(grep -E '^(FG|DEV|cx_dlg)_' \
+    "$here/../tests/mv_fpi/exports.txt"); do
+    [ -e "$root/usr/share/man/man3/$function.3.gz" ] ||
+      fail "no manual page for $function"
+  done
+  for function in mvfp mvfp-vreader; do
+    inside bash -n "/usr/share/bash-completion/completions/$function"
+  done
 }
 
 # A host finds driver, reader and prompt window without any environment.
@@ -107,6 +207,8 @@ check_use() {
   check_host /root/hosts/build/host
   inside /root/hosts/build/prompt >/dev/null || fail "the prompt program"
   inside mvfp --version
+  check_guided_enrolment
+  check_python
 }
 
 check_nothing_left() {
@@ -120,24 +222,27 @@ check_nothing_left() {
   [ -z "$left" ] || fail "left behind: $left"
 }
 
-names=(libmv-fpi1 libmv-fpi-dev mv-fpi-tools)
-architecture=$(dpkg --print-architecture)
-
-step "A clean system"
-[ -e "$base/etc/debian_version" ] || make_base
+step "A clean system ($architecture)"
+[ "$architecture" = "$(dpkg --print-architecture)" ] ||
+  "$here/../scripts/emulate-arm64.sh"
+[ -d "$base" ] || make_base
 enter_clean_system
 apt update
-# Stands for the init system of a real one.
-apt install systemd-standalone-tmpfiles
+# The first stands for the init system of a real one.
+apt install systemd-standalone-tmpfiles udev
 
 step "Installation"
+install_driver_alone
 install_packages new
 check_lock_file
+check_manual
+check_udev_rules
 inside dpkg -L "${names[@]}" | sort -u >/mnt/installed
 
 step "Use"
 build_hosts
 start_reader
+start_screen
 check_use
 
 step "Upgrade"

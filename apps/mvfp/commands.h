@@ -19,6 +19,8 @@ int RunLogOn(const Config& config);
 int RunLogOff(const Config& config);
 int RunLogFollow(const Config& config);
 int RunExplain(const Config& config);
+int RunBind(const Config& config);
+int RunDoctor(const Config& config);
 
 }  // namespace corvex::mvfp
 

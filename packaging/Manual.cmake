@@ -1,0 +1,60 @@
+# Manual pages and shell completion, made from what the programs say to --help
+# and from the comments of the headers, so that they cannot fall behind.
+find_package(Python3 3.9 COMPONENTS Interpreter)
+if(NOT Python3_FOUND OR NOT MV_BUILD_TOOLS OR MV_SANITIZE)
+  message(STATUS "No manual pages: they need python3, the tools, no sanitizer")
+  return()
+endif()
+
+set(manual ${CMAKE_CURRENT_LIST_DIR}/manual)
+set(MV_MANUAL_DIR ${CMAKE_CURRENT_BINARY_DIR}/manual)
+set(MV_COMPLETION_DIR ${CMAKE_CURRENT_BINARY_DIR}/completions)
+set(python ${Python3_EXECUTABLE} -B)
+set(modules ${manual}/roff.py ${manual}/help_text.py)
+file(MAKE_DIRECTORY ${MV_MANUAL_DIR}/1 ${MV_MANUAL_DIR}/3 ${MV_COMPLETION_DIR})
+set(made "")
+
+foreach(program mvfp mvfp-vreader cx_capdlg)
+  if(NOT TARGET ${program})
+    continue()
+  endif()
+  set(run ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${program}>)
+  set(page ${MV_MANUAL_DIR}/1/${program}.1.gz)
+  add_custom_command(OUTPUT ${page}
+    COMMAND ${python} ${manual}/program_pages.py
+      ${MV_MANUAL_DIR}/1 ${PROJECT_VERSION} ${run}
+    DEPENDS ${program} ${manual}/program_pages.py ${modules})
+  list(APPEND made ${page})
+endforeach()
+
+foreach(program mvfp mvfp-vreader)
+  set(script ${MV_COMPLETION_DIR}/${program})
+  add_custom_command(OUTPUT ${script}
+    COMMAND ${python} ${manual}/completion.py ${MV_COMPLETION_DIR}
+      ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${program}>
+    DEPENDS ${program} ${manual}/completion.py ${modules})
+  list(APPEND made ${script})
+endforeach()
+
+foreach(library mv_fpi cx_capdlg_lib)
+  set(header ${PROJECT_SOURCE_DIR}/include/${library}.h)
+  set(page ${MV_MANUAL_DIR}/3/${library}.3.gz)
+  add_custom_command(OUTPUT ${page}
+    COMMAND ${python} ${manual}/header_pages.py
+      ${MV_MANUAL_DIR}/3 ${PROJECT_VERSION} -l${library} ${header}
+    DEPENDS ${header} ${manual}/header_pages.py ${modules})
+  list(APPEND made ${page})
+endforeach()
+add_custom_target(manual ALL DEPENDS ${made})
+
+install(FILES ${MV_MANUAL_DIR}/1/mvfp.1.gz ${MV_MANUAL_DIR}/1/mvfp-vreader.1.gz
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+install(DIRECTORY ${MV_COMPLETION_DIR}/
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+  COMPONENT tools)
+install(DIRECTORY ${MV_MANUAL_DIR}/3/
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT dev)
+if(TARGET cx_capdlg)
+  install(FILES ${MV_MANUAL_DIR}/1/cx_capdlg.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT prompt)
+endif()
