@@ -2,9 +2,9 @@
 //
 //   match_rates FILE     prints two tables in Markdown
 //
-// A line of FILE is one impression: database, finger, impression and record
-// between tabs, the record in hexadecimal or Base64. docs/security-levels.md
-// says what is counted.
+// A line of FILE is one impression, as mvfp-vreader --records takes it with
+// columns: database, finger, impression and record between tabs, the record in
+// hexadecimal or Base64. docs/security-levels.md says what is counted.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -55,6 +55,7 @@ Fingers ReadFingers(const char* path) {
   int number = 0;
   for (std::string line; std::getline(file, line);) {
     ++number;
+    if (line.empty() || line[0] == '#') continue;
     std::istringstream fields(line);
     std::string database, finger, impression, record;
     fields >> database >> finger >> impression >> record;

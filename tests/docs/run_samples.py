@@ -81,7 +81,8 @@ class Surroundings:
         [driver] = root.rglob("libmv_fpi.so.1")
         [package] = root.rglob("pkgconfig/mv_fpi.pc")
         prefix = header.parents[1]
-        self.flags = [f"-I{header.parent}", f"-L{driver.parent}"]
+        self.flags = [f"-I{header.parent}", f"-I{TREE}/apps",
+                      f"-L{driver.parent}"]
         os.environ.update(
             PATH=":".join([f"{prefix}/bin", str(Path(sys.executable).parent),
                            os.environ["PATH"]]),
@@ -182,7 +183,6 @@ class Runner:
 
     def _wrap(self, block):
         name = block.marks["wrap"] + SUFFIXES[block.language]
-        self._surroundings.flags.append("-Iapps")
         return (WRAPPERS / name).read_text(encoding="utf-8").replace(
             "/* the sample */\n", block.text)
 
