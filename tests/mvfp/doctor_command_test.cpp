@@ -327,14 +327,15 @@ const Scene kScenes[] = {
        site->InstallFile(support::ReadFile(MV_ENDING_LIBRARY));
        return 0;
      },
-     "PORT", "library", "problem", "keeps hosts from loading the driver",
+     "PORT", "library", "problem",
+     "loading the driver: loading it ends the process",
      "sudo mv /tmp/site/libAlgoOrva64.so /tmp/site/libAlgoOrva64.so.off"},
     {"LibraryHoldsItsHostsUp",
      [](DriverSite* site, Port) {
        site->Script("init_ms 3600000");
        return 0;
      },
-     "PORT", "library", "problem", "its initialisation does not return",
+     "PORT", "library", "problem", "loading it takes for ever",
      "sudo mv /tmp/site/libAlgoOrva64.so /tmp/site/libAlgoOrva64.so.off"},
     {"DriverIsBroken",
      [](DriverSite*, Port) {

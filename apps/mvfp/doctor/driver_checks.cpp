@@ -36,53 +36,50 @@ std::string Trouble(const Said& said) {
   return said.ended ? "loading it ends the process" : said.text;
 }
 
-// Of the algorithm library only dual-feature records know, unless it keeps the
-// driver from being loaded.
-void CheckLibrary(const Box& box, bool driver_loads, Findings* findings) {
-  constexpr char kCheck[] = "library";
-  const std::string path = box.directory + "/" + kLibrary;
+std::string LibraryOf(const Box& box) { return box.directory + "/" + kLibrary; }
+
+// Only dual-feature records need it.
+Finding CheckLibrary(const Box& box) {
+  const std::string path = LibraryOf(box);
   const std::string copy =
       std::string("sudo cp ") + kLibrary + " " + box.directory + "/";
   if (access(path.c_str(), F_OK) != 0) {
-    findings->push_back({Level::kNote, kCheck,
-                         "no algorithm library beside the driver: dual-feature "
-                         "records give -98",
-                         copy});
-    return;
+    return {Level::kNote, "library",
+            "no algorithm library beside the driver: dual-feature records "
+            "give -98",
+            copy};
   }
   const std::string trouble =
       Trouble(AskChild([&] { return LoadLibrary(path); }));
-  if (trouble.empty() && driver_loads) {
-    findings->push_back({Level::kOk, kCheck, path, ""});
-  } else if (driver_loads) {
-    findings->push_back({Level::kNote, kCheck,
-                         "dual-feature records give -98: " + trouble, copy});
-  } else {
-    findings->push_back(
-        {Level::kProblem, kCheck,
-         path + " keeps hosts from loading the driver: " +
-             (trouble.empty() ? "its initialisation does not return" : trouble),
-         "sudo mv " + path + " " + path + ".off"});
-  }
+  if (trouble.empty()) return {Level::kOk, "library", path, ""};
+  return {Level::kNote, "library", "dual-feature records give -98: " + trouble,
+          copy};
 }
 
 }  // namespace
 
 void CheckDriver(const Box& box, Findings* findings) {
-  constexpr char kCheck[] = "driver";
   // A file that cannot be loaded at all is not found either; this says why.
   const std::string file = box.driver.empty() ? kDriverFile : box.driver;
   const Said said = AskChild([&] { return LoadFile(file); });
-  const bool survives = !said.ended && !said.hung;
   const std::string trouble = Trouble(said);
+  const std::string library = LibraryOf(box);
+  // The driver loads it in turn.
+  if ((said.ended || said.hung) && access(library.c_str(), F_OK) == 0) {
+    findings->push_back(
+        {Level::kProblem, "library",
+         library + " keeps hosts from loading the driver: " + trouble,
+         "sudo mv " + library + " " + library + ".off"});
+    return;
+  }
   if (trouble.empty()) {
-    findings->push_back({Level::kOk, kCheck, file, ""});
+    findings->push_back({Level::kOk, "driver", file, ""});
   } else {
-    findings->push_back({Level::kProblem, kCheck,
-                         survives ? trouble : file + ": " + trouble,
+    findings->push_back({Level::kProblem, "driver",
+                         said.text.empty() ? file + ": " + trouble : trouble,
                          kReinstall});
   }
-  if (!box.driver.empty()) CheckLibrary(box, survives, findings);
+  if (!box.driver.empty()) findings->push_back(CheckLibrary(box));
 }
 
 }  // namespace corvex::mvfp::doctor
