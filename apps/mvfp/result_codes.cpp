@@ -61,7 +61,7 @@ constexpr CodeMeaning kMeanings[] = {
     {kDeviceCalls, FG_ERR_PORT, "FG_ERR_PORT", Stage::kAtOnce, "打开串口失败",
      "the port could not be opened as a terminal",
      "no such device, no right to open it, or not a serial port",
-     "check the cable, the name and the rights: ls -l /dev/<port>"},
+     "see what is wrong with it: mvfp doctor --port <port>"},
     {kExchanges, FG_DEV_TOO_LONG, "FG_DEV_TOO_LONG", Stage::kTalking, "",
      "the reader's reply is too long",
      "noise on the line, another device on the port, or a record that does "
@@ -98,8 +98,7 @@ constexpr CodeMeaning kMeanings[] = {
      "another call holds the reader",
      "one call at a time runs on the whole machine; or the lock file "
      "/tmp/cx_nrbk_drv_file_mutex.lock cannot be opened",
-     "try again when the other call has ended; to find it: "
-     "fuser -v /tmp/cx_nrbk_drv_file_mutex.lock"},
+     "try again when the other call has ended; to find it: mvfp doctor"},
     {kExchanges, FG_DEV_BAD_HEADER, "FG_DEV_BAD_HEADER", Stage::kTalking, "",
      "the reader refused, or the reply was not to this request",
      "a status from the reader, noise, or another device on the port",
@@ -110,8 +109,8 @@ constexpr CodeMeaning kMeanings[] = {
     {kEnrolments | kFpMatch, FG_ERR_NO_LIBRARY, "FG_ERR_NO_LIBRARY",
      Stage::kAtOnce, "", "the algorithm library cannot be loaded",
      "dual-feature records need a library that is not part of the driver",
-     "put libAlgoOrva64.so beside libmv_fpi.so; if it is there, the reason is "
-     "in the day's log: mvfp log on"},
+     "put libAlgoOrva64.so beside libmv_fpi.so; if it is there, see what is "
+     "wrong with it: mvfp doctor"},
     {kGetTemplate, FG_ERR_SYNTHESIS, "FG_ERR_SYNTHESIS", Stage::kTalking,
      "合成指纹模板失败", "the three presses do not agree",
      "different fingers, or presses too light or too far off centre",
