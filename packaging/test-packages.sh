@@ -169,7 +169,7 @@ check_udev_rules() {
   for effect in "GROUP $(inside getent group dialout | cut -d : -f 3)" \
     "MODE 0660" ID_MM_PORT_IGNORE=1 ID_MM_DEVICE_IGNORE=1; do
     grep -q "\(70-mv-fpi.rules:[0-9]* \|^\)$effect" <<<"$event" ||
-      fail "the udev rules do not give '$effect': $event"
+      fail "the udev rules do not give '$effect': $(grep mv-fpi <<<"$event")"
   done
   if grep "70-mv-fpi.rules.*\(Invalid\|Unknown\|Failed\)" <<<"$event"; then
     fail "the udev rules are at fault"
