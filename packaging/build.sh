@@ -18,7 +18,6 @@ case "${1-}" in
   *) echo "usage: $0 amd64|arm64" >&2; exit 2 ;;
 esac
 build=build/packages-$1
-launcher=$(command -v ccache || true)
 runtime=$(packaging/old-runtime.sh "$1")
 
 # Packages are stripped, so that debug information would be made for nothing.
@@ -26,8 +25,7 @@ cmake --preset "$preset" -B "$build" -DMV_BUILD_TESTS=OFF \
   -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O2 -DNDEBUG" \
   -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O2 -DNDEBUG" \
   -DMV_BUILD_BENCH=OFF -DMV_BUILD_PROMPT=ON -DMV_OLD_RUNTIME="$runtime" \
-  -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" \
-  ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >/dev/null
+  -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" >/dev/null
 cmake --build "$build" -- --quiet
 tests/release/check_library.sh "$build/out/libmv_fpi.so" "$machine" readelf \
   "$oldest_glibc"

@@ -51,10 +51,8 @@ show() {
 }
 
 build_tools() {
-  local launcher
-  launcher=$(command -v ccache || true)
   cmake --preset release -B "$build" -DMV_BUILD_TESTS=OFF -DMV_BUILD_BENCH=OFF \
-    ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >"$build.log"
+    >"$build.log"
   cmake --build "$build" -- "${targets[@]}" >>"$build.log"
 }
 

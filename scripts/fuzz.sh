@@ -13,9 +13,7 @@ cd "$(dirname "$0")/.."
 readonly seconds=${1-60} jobs=${2-1}
 readonly out=$PWD/build/fuzz
 
-launcher=$(command -v ccache || true)
-cmake --preset fuzz -DMV_WERROR=ON \
-  ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >/dev/null
+cmake --preset fuzz -DMV_WERROR=ON >/dev/null
 cmake --build --preset fuzz --target fuzzers -- --quiet
 
 run() {

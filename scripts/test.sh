@@ -10,7 +10,6 @@ cd "$(dirname "$0")/.."
 
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(release)
-launcher=$(command -v ccache || true)
 
 # Most of a test's time is the driver's own pauses, so more run side by side
 # than there are processors.
@@ -30,8 +29,7 @@ prepare() {
 for preset in "${presets[@]}"; do
   prepare "$preset"
   echo "== $preset: build"
-  cmake --preset "$preset" -DMV_WERROR=ON \
-    ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} >/dev/null
+  cmake --preset "$preset" -DMV_WERROR=ON >/dev/null
   cmake --build --preset "$preset" -- --quiet
   echo "== $preset: test"
   ctest --preset "$preset" --parallel "$jobs" --progress --label-exclude screen

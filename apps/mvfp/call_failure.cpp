@@ -18,13 +18,6 @@ std::string CodeText(Call call, int code) {
   return std::string(NameOf(call)) + " " + std::to_string(code);
 }
 
-Json ToJson(const CodeMeaning& meaning) {
-  return {{"name", meaning.name},
-          {"meaning", meaning.meaning},
-          {"cause", meaning.cause},
-          {"remedy", meaning.remedy}};
-}
-
 // What the tool can see for itself says more than the general remedy.
 std::string RemedyFor(const CodeMeaning& meaning, const std::string& port) {
   if (meaning.code != FG_ERR_PORT || meaning.stage != Stage::kAtOnce) {
@@ -63,6 +56,13 @@ int PrintCrashed(const Config& config, Call call, int signal_number) {
 }
 
 }  // namespace
+
+Json ToJson(const CodeMeaning& meaning) {
+  return {{"name", meaning.name},
+          {"meaning", meaning.meaning},
+          {"cause", meaning.cause},
+          {"remedy", meaning.remedy}};
+}
 
 Failure DescribeCode(Call call, int code, const std::string& message,
                      long elapsed_ms, const std::string& port) {

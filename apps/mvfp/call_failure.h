@@ -11,6 +11,9 @@
 
 namespace corvex::mvfp {
 
+// What a result code can mean, as --json shows it.
+Json ToJson(const CodeMeaning& meaning);
+
 // A call that returned a code other than success.
 Failure DescribeCode(Call call, int code, const std::string& message,
                      long elapsed_ms, const std::string& port);

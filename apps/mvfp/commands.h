@@ -18,6 +18,9 @@ int RunInspect(const Config& config);
 int RunLogOn(const Config& config);
 int RunLogOff(const Config& config);
 int RunLogFollow(const Config& config);
+int RunExplain(const Config& config);
+int RunBind(const Config& config);
+int RunDoctor(const Config& config);
 
 }  // namespace corvex::mvfp
 

@@ -38,8 +38,8 @@ int PrintNoNumber(const Config& config) {
                      ? "no port given"
                      : "\"" + config.port + "\" is no port COM<n>";
   failure.next =
-      "the JSON entry asks by number; give the port such a name, as in "
-      "sudo ln -s ttyUSB0 /dev/COM3, and use --port COM3; " +
+      "the JSON entry asks by number; give the port a name like /dev/COM3, as "
+      "in sudo mvfp bind 3 --port ttyUSB0, and use --port COM3; " +
       KnownPorts();
   return PrintFailure(config, failure);
 }

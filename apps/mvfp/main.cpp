@@ -8,6 +8,7 @@
 
 #include "commands.h"
 #include "config.h"
+#include "driver.h"
 #include "report.h"
 
 namespace {
@@ -19,6 +20,7 @@ struct Command {
   int (*run)(const Config& config);
   const char* summary;
   const char* examples;
+  bool calls_driver = false;
 };
 
 constexpr char kFooter[] =
@@ -43,24 +45,27 @@ constexpr Command kVersion = {"version", corvex::mvfp::RunVersion,
                               R"(Examples:
   mvfp version --port ttyUSB0
   MVFP_PORT=ttyUSB0 mvfp version --json
-)"};
+)",
+                              true};
 constexpr Command kSn = {"sn", corvex::mvfp::RunSn,
                          "Print the reader's serial number",
                          R"(Examples:
   mvfp sn --port ttyUSB0
   mvfp sn --port ttyS1 --box A
-)"};
+)",
+                         true};
 constexpr Command kInfo = {
     "info", corvex::mvfp::RunInfo, "Print what the driver's JSON entry tells",
     R"(Brand, model, firmware, serial number and date of production. The entry knows
-ports by number: 3 is /dev/COM3, a name that a udev rule makes. With --json the
+ports by number: 3 is /dev/COM3, a name that mvfp bind makes. With --json the
 entry's reply is printed as it is.
 
 Examples:
-  sudo ln -s ttyUSB0 /dev/COM3
+  sudo mvfp bind 3 --port ttyUSB0
   mvfp info --port COM3
   mvfp info --port COM3 --json
-)"};
+)",
+    true};
 constexpr Command kProbe = {"probe", corvex::mvfp::RunProbe,
                             "Tell whether a finger lies on the sensor",
                             R"(Prints "finger" (exit 0) or "no finger" (exit 1).
@@ -68,7 +73,8 @@ constexpr Command kProbe = {"probe", corvex::mvfp::RunProbe,
 Examples:
   mvfp probe --port ttyUSB0
   until mvfp probe --port ttyUSB0; do sleep 1; done
-)"};
+)",
+                            true};
 constexpr Command kCapture = {"capture", corvex::mvfp::RunCapture,
                               "Wait for one press and print its feature",
                               R"(The feature is one line of Base64.
@@ -77,7 +83,8 @@ Examples:
   mvfp capture --port ttyUSB0
   mvfp capture --port ttyUSB0 --timeout 5 -o door.feature
   mvfp capture --port ttyUSB0 | mvfp match anna.template -
-)"};
+)",
+                              true};
 constexpr Command kEnroll = {
     "enroll", corvex::mvfp::RunEnroll,
     "Wait for three presses and print their template",
@@ -92,7 +99,8 @@ Examples:
   mvfp enroll --port ttyUSB0 -o anna.template
   mvfp enroll --port ttyUSB0 -o anna.template --guided
   mvfp enroll --port ttyUSB0 --json
-)"};
+)",
+    true};
 constexpr Command kMatch = {
     "match", corvex::mvfp::RunMatch, "Compare two records",
     R"(A record is the name of a file that holds it (@NAME for certain), - for
@@ -104,7 +112,8 @@ Examples:
   mvfp match anna.template door.feature
   mvfp match --level 5 anna.template door.feature
   mvfp capture --port ttyUSB0 | mvfp match anna.template -
-)"};
+)",
+    true};
 constexpr Command kInspect = {
     "inspect", corvex::mvfp::RunInspect,
     "Show a record as a table or a picture",
@@ -142,10 +151,54 @@ Examples:
   mvfp log follow --from-start
 )"};
 
+constexpr Command kExplain = {
+    "explain", corvex::mvfp::RunExplain, "Explain a result code of the driver",
+    R"(The same number means different things in different calls: name the call too,
+as in mv_fpi.h or without its prefix, to get only what it means there. A code
+is given as a number or by its constant. Without a code, all are listed.
+
+Examples:
+  mvfp explain -14
+  mvfp explain -14 FG_GetFeature
+  mvfp explain FG_ERR_SELECTOR getfeature
+)"};
+
+constexpr Command kBind = {
+    "bind", corvex::mvfp::RunBind,
+    "Give a reader's port the lasting name /dev/COM<n>",
+    R"(The JSON entry asks for ports by number: 3 is /dev/COM3. A udev rule makes that
+name for the adapter that is at the port now, and keeps modem probers away from
+it. It knows the adapter by its serial number, in whichever socket; or, when
+there is none, by the socket. Cheap adapters may all bear the same serial
+number: use --by-socket where there are two of a kind. Writing and removing
+need root.
+
+Examples:
+  mvfp bind 3 --port ttyUSB0 --print
+  sudo mvfp bind 3 --port ttyUSB0
+  mvfp bind --list
+  sudo mvfp bind 3 --remove
+)"};
+
+constexpr Command kDoctor = {
+    "doctor", corvex::mvfp::RunDoctor, "Find out what keeps calls from working",
+    R"(Looks at the driver and what it needs, the lock, the log, and the port; without
+--port at every port that may have a reader. Each line is ok, a note (calls work,
+with less comfort) or a problem (calls fail); below it stands the one command
+that mends it. Nothing is changed, and no reader is asked. Exit 0 says that a
+call can work, 1 that none can. Only root sees what other users' processes do.
+
+Examples:
+  mvfp doctor
+  mvfp doctor --port ttyUSB0
+  sudo mvfp doctor --port ttyUSB0 --json
+)"};
+
 // What the command line decides: the options, and what runs with them.
 struct Choice {
   Config config;
   int (*run)(const Config& config) = nullptr;
+  bool calls_driver = false;
 };
 
 void AddJsonOption(CLI::App* app, Choice* choice) {
@@ -162,6 +215,7 @@ CLI::App* AddCommand(CLI::App* parent, const Command& command, Choice* choice) {
   app->callback([choice, &command, prefix] {
     choice->config.command = prefix + command.name;
     choice->run = command.run;
+    choice->calls_driver = command.calls_driver;
   });
   return app;
 }
@@ -233,6 +287,32 @@ void AddLogCommands(CLI::App* parent, Choice* choice) {
                  "Begin with what today's log already holds");
 }
 
+void AddExplainCommand(CLI::App* parent, Choice* choice) {
+  CLI::App* const app = AddCommand(parent, kExplain, choice);
+  CLI::Option* const code = app->add_option("CODE", choice->config.code,
+                                            "The code: -14 or FG_ERR_BUSY");
+  app->add_option("FUNCTION", choice->config.function, "The call that gave it");
+  app->add_flag("--markdown", choice->config.markdown,
+                "Print all codes as a Markdown page")
+      ->excludes(code);
+}
+
+void AddBindCommand(CLI::App* parent, Choice* choice) {
+  CLI::App* const app = AddPortCommand(parent, kBind, choice);
+  Config& config = choice->config;
+  CLI::Option* const number =
+      app->add_option("NUMBER", config.number, "The n of /dev/COM<n>")
+          ->check(CLI::Range(0, corvex::mvfp::kHighestCom));
+  app->add_flag("--by-socket", config.by_socket,
+                "Know the adapter by its USB socket");
+  CLI::Option* const print =
+      app->add_flag("--print", config.print, "Print the rule, change nothing");
+  app->add_flag("--remove", config.remove, "Take the name away")
+      ->excludes(print);
+  app->add_flag("--list", config.list, "Print the names that were given")
+      ->excludes(number);
+}
+
 void AddEverything(CLI::App* app, Choice* choice) {
   app->set_version_flag("--version", "mvfp " MVFP_VERSION);
   app->footer(kFooter);
@@ -249,6 +329,9 @@ void AddEverything(CLI::App* app, Choice* choice) {
   AddMatchCommand(app, choice);
   AddInspectCommand(app, choice);
   AddLogCommands(app, choice);
+  AddExplainCommand(app, choice);
+  AddBindCommand(app, choice);
+  AddPortCommand(app, kDoctor, choice);
 }
 
 // Parsing stopped before it saw every option, so --json is looked for by hand.
@@ -276,8 +359,18 @@ int PrintUsageError(const CLI::App& app, const CLI::ParseError& error,
   return PrintFailure(config, failure);
 }
 
+int PrintNoDriver(const Config& config, const std::string& why) {
+  corvex::mvfp::Failure failure;
+  failure.what = "cannot load the driver: " + why;
+  failure.next = "see what is wrong: mvfp doctor";
+  return PrintFailure(config, failure);
+}
+
 int Run(const Choice& choice) {
   try {
+    const std::string why =
+        choice.calls_driver ? corvex::mvfp::LoadDriver() : "";
+    if (!why.empty()) return PrintNoDriver(choice.config, why);
     return choice.run(choice.config);
   } catch (const std::exception& error) {
     corvex::mvfp::Failure failure;

@@ -1,8 +1,10 @@
 #include "result_codes.h"
 
 #include <mv_fpi.h>
+#include <strings.h>
 
 #include <algorithm>
+#include <cstring>
 #include <functional>
 #include <iterator>
 
@@ -145,6 +147,35 @@ const char* NameOf(Call call) {
       std::find_if(std::begin(kCallNames), std::end(kCallNames),
                    [&](const CallName& entry) { return entry.call == call; });
   return found == std::end(kCallNames) ? "" : found->name;
+}
+
+std::vector<Call> CallsOf(unsigned calls) {
+  std::vector<Call> members;
+  for (const CallName& entry : kCallNames) {
+    if ((calls & entry.call) != 0) members.push_back(entry.call);
+  }
+  return members;
+}
+
+std::optional<Call> FindCall(const std::string& name) {
+  for (const CallName& entry : kCallNames) {
+    const char* const bare = strchr(entry.name, '_') + 1;
+    if (strcasecmp(name.c_str(), entry.name) == 0 ||
+        strcasecmp(name.c_str(), bare) == 0) {
+      return entry.call;
+    }
+  }
+  return std::nullopt;
+}
+
+Meanings AllMeanings() {
+  Meanings all;
+  for (const CodeMeaning& row : kMeanings) all.push_back(&row);
+  std::stable_sort(all.begin(), all.end(),
+                   [](const CodeMeaning* a, const CodeMeaning* b) {
+                     return a->code > b->code;
+                   });
+  return all;
 }
 
 Meanings MeaningsOf(Call call, int code) {

@@ -4,6 +4,7 @@
 #ifndef APPS_MVFP_RESULT_CODES_H_
 #define APPS_MVFP_RESULT_CODES_H_
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,13 @@ enum Call : unsigned {
 // The exported name, such as "FG_GetFeature".
 const char* NameOf(Call call);
 
+// The members of a set.
+std::vector<Call> CallsOf(unsigned calls);
+
+// By its exported name, in any case and also without "FG_" or "DEV_". Nothing
+// when no call is named so.
+std::optional<Call> FindCall(const std::string& name);
+
 // When a call can give a code: at once, or only after it began to talk to the
 // reader, which no call does in its first quarter of a second.
 enum class Stage { kAtOnce, kTalking };
@@ -38,6 +46,9 @@ struct CodeMeaning {
   const char* cause;
   const char* remedy;
 };
+
+// Every row, -1 first.
+std::vector<const CodeMeaning*> AllMeanings();
 
 // What `code` can mean in `call`. Empty for a number that the call never gives.
 std::vector<const CodeMeaning*> MeaningsOf(Call call, int code);

@@ -11,8 +11,7 @@ from ctypes import POINTER, byref, c_char_p, c_int, c_uint, c_void_p
 from typing import Any, Callable, Dict, Mapping, Optional, Union
 
 from . import constants as c
-from .errors import DriverLoadError, NoFingerError, NoMatchError
-from .meanings import error_of
+from .errors import DriverLoadError, NoFingerError, NoMatchError, error_of
 
 LIBRARY_VARIABLE = "MV_FPI_LIBRARY"
 _LIBRARY_NAME = "libmv_fpi.so.1"

@@ -2,10 +2,9 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Tuple
+from typing import Tuple, Type
 
-if TYPE_CHECKING:
-    from .meanings import Meaning
+from .meanings import Meaning, meanings_of
 
 
 class MvFpiError(Exception):
@@ -88,3 +87,37 @@ class SynthesisError(CallError):
 
 class ReaderError(CallError):
     """The exchange with the reader failed."""
+
+
+# By the constant; what is not here is trouble with the reader.
+_KINDS = {
+    "FG_ERR_ARGUMENT": ArgumentError,
+    "FG_ERR_TIMEOUT": FingerTimeoutError,
+    "FG_ERR_PORT": PortError,
+    "FG_ERR_NO_FINGER": NoFingerError,
+    "FG_ERR_NO_MATCH": NoMatchError,
+    "FG_ERR_SELECTOR": SelectorError,
+    "FG_ERR_BUSY": BusyError,
+    "FG_ERR_CANCELLED": CancelledError,
+    "FG_ERR_NO_LIBRARY": AlgorithmLibraryError,
+    "FG_ERR_SYNTHESIS": SynthesisError,
+    "FG_ERR_GUIDED_SYNTHESIS": SynthesisError,
+    "-99": ArgumentError,  # of DEV_CommCall, which has no constant for it
+}
+_SPEED_REFUSED = "设备串口波特率失败"
+
+
+def _kind_of(meaning: Meaning) -> Type[CallError]:
+    # Under the number of the switch box, but no fault of its.
+    if meaning.status == _SPEED_REFUSED:
+        return ReaderError
+    return _KINDS.get(meaning.name, ReaderError)
+
+
+def error_of(
+    function: str, code: int, message: str, elapsed_ms: float
+) -> CallError:
+    """The exception for a failed call."""
+    found = meanings_of(function, code, message, elapsed_ms)
+    kind = _kind_of(found[0]) if found else CallError
+    return kind(function, code, message, found)

@@ -3,7 +3,7 @@
 import unittest
 
 import mv_fpi
-from mv_fpi.meanings import error_of
+from mv_fpi.errors import error_of
 
 
 class Meanings(unittest.TestCase):

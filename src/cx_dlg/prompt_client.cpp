@@ -1,6 +1,5 @@
 #include "cx_dlg/prompt_client.h"
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include "cx_capdlg_lib.h"
 #include "cx_dlg/grey_bmp.h"
 #include "mv_base/diagnostic_log.h"
+#include "mv_base/own_file.h"
 
 namespace {
 
@@ -82,16 +82,9 @@ int32_t get_empty_dladdr(int32_t value) { return value; }
 int32_t cx_get_dlg_path(char* directory) {
   // Deliberate: only a precondition, the directory is not used.
   if (!HasWorkingDirectory()) return -1;
-  Dl_info object{};
-  if (dladdr(reinterpret_cast<const void*>(&get_empty_dladdr), &object) == 0 ||
-      object.dli_fname == nullptr) {
-    return -1;
-  }
-  const char* const file = object.dli_fname;
-  const char* const tail = strrchr(file, '/');
-  if (tail == nullptr || tail - file >= kDlgPathBytes) return -1;
-  *std::copy(file, tail, directory) = '\0';
-  return static_cast<int32_t>(strlen(tail));
+  return corvex::DirectoryOfFileWith(
+      reinterpret_cast<const void*>(&get_empty_dladdr), directory,
+      kDlgPathBytes);
 }
 
 int32_t cx_init_fp_dlg(int32_t timeout_s) {

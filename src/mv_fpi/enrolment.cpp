@@ -16,17 +16,8 @@
 #include "mv_fpi/prompt_window.h"
 #include "mv_loadso/algorithm_library.h"
 
+namespace corvex {
 namespace {
-
-using corvex::CallTraits;
-using corvex::Deadline;
-using corvex::kLogSource;
-using corvex::kProbeMs;
-using corvex::kSettleMs;
-using corvex::LinkArguments;
-using corvex::PromptWindow;
-using corvex::RunCall;
-using corvex::SetMessage;
 
 constexpr int32_t kPresses = 3;
 constexpr int32_t kSlotBytes = kMaxReplyBytes;
@@ -144,7 +135,7 @@ class Enrolment {
 
   int32_t Synthesise() {
     uint8_t input[kPresses][kSynthesisSlotBytes];
-    const corvex::WipeAtEnd wipe(&input);
+    const WipeAtEnd wipe(&input);
     for (int32_t i = 0; i < kPresses; ++i) {
       std::memcpy(input[i], captures_.slots[i], kSynthesisSlotBytes);
     }
@@ -163,7 +154,7 @@ class Enrolment {
   }
 
   int32_t SynthesiseInLibrary() {
-    if (corvex::ReadyAlgorithmLibrary() < 0) {
+    if (ReadyAlgorithmLibrary() < 0) {
       if (variant_.logs_missing_library) {
         MV_LOG("%s 加载动态库失败[%d]\n", Name(), FG_ERR_NO_LIBRARY);
       }
@@ -205,8 +196,8 @@ class Enrolment {
   PromptWindow window_;
   Captures captures_;
   Template template_;
-  const corvex::WipeAtEnd wipe_captures_{&captures_};
-  const corvex::WipeAtEnd wipe_template_{&template_};
+  const WipeAtEnd wipe_captures_{&captures_};
+  const WipeAtEnd wipe_template_{&template_};
 };
 
 int32_t Enrol(const Variant& variant, const LinkArguments& link,
@@ -221,16 +212,19 @@ int32_t Enrol(const Variant& variant, const LinkArguments& link,
 }
 
 }  // namespace
+}  // namespace corvex
 
 int FG_GetTemplate(const char* port, const char* bp_select, int link_speed,
                    int timeout_s, char* tmpl, int* tmpl_len, char* message) {
-  return Enrol(kPlain, LinkArguments{port, bp_select, link_speed}, timeout_s,
-               Output{tmpl, tmpl_len, message});
+  return corvex::Enrol(corvex::kPlain,
+                       corvex::LinkArguments{port, bp_select, link_speed},
+                       timeout_s, corvex::Output{tmpl, tmpl_len, message});
 }
 
 int FG_TipsGetTemplate(const char* port, const char* bp_select, int link_speed,
                        int timeout_s, char* tmpl, int* tmpl_len,
                        char* message) {
-  return Enrol(kGuided, LinkArguments{port, bp_select, link_speed}, timeout_s,
-               Output{tmpl, tmpl_len, message});
+  return corvex::Enrol(corvex::kGuided,
+                       corvex::LinkArguments{port, bp_select, link_speed},
+                       timeout_s, corvex::Output{tmpl, tmpl_len, message});
 }

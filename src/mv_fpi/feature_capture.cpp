@@ -10,16 +10,8 @@
 #include "mv_fpi/call_frame.h"
 #include "mv_fpi/deadline.h"
 
+namespace corvex {
 namespace {
-
-using corvex::CallTraits;
-using corvex::Deadline;
-using corvex::kLogSource;
-using corvex::kProbeMs;
-using corvex::kSettleMs;
-using corvex::LinkArguments;
-using corvex::RunCall;
-using corvex::SetMessage;
 
 constexpr CallTraits kCall = {"FG_GetFeature"};
 
@@ -44,7 +36,7 @@ int32_t SetReaderSpeed(int32_t port, char* message) {
 int32_t ReadFeature(int32_t port, const Output& out) {
   // Larger than the caller's: the reader may send more than fits there.
   char text[Base64Length(kMaxReplyBytes) + 1] = {};
-  const corvex::WipeAtEnd wipe(&text);
+  const WipeAtEnd wipe(&text);
   int32_t result =
       corvex_get_feature(port, reinterpret_cast<uint8_t*>(text), /*encode=*/1);
   if (result >= FG_FEATURE_BYTES) result = FG_DEV_TOO_LONG;
@@ -85,15 +77,17 @@ int32_t Capture(int32_t port, const Deadline& deadline, const Output& out) {
 }
 
 }  // namespace
+}  // namespace corvex
 
 int FG_GetFeature(const char* port, const char* bp_select, int link_speed,
                   int timeout_s, char* feature, int* feature_len,
                   char* message) {
-  const Deadline deadline(timeout_s);
+  const corvex::Deadline deadline(timeout_s);
   const bool arguments_ok = timeout_s > 0 && feature != nullptr &&
                             feature_len != nullptr && message != nullptr;
-  const Output out = {feature, feature_len, message};
-  return RunCall(kCall, LinkArguments{port, bp_select, link_speed}, message,
-                 arguments_ok,
-                 [&](int32_t fd) { return Capture(fd, deadline, out); });
+  const corvex::Output out = {feature, feature_len, message};
+  return corvex::RunCall(
+      corvex::kCall, corvex::LinkArguments{port, bp_select, link_speed},
+      message, arguments_ok,
+      [&](int32_t fd) { return corvex::Capture(fd, deadline, out); });
 }

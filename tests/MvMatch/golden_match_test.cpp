@@ -24,7 +24,7 @@ void ExpectScores(const std::vector<support::Fields>& lines) {
 }
 
 TEST(GoldenMatch, EveryScoreOfGeneratedRecordsIsEqual) {
-  const auto lines = support::ReadTabFile(MV_TEST_DATA "/golden_match.tsv");
+  const auto lines = support::ReadTestData("golden_match.tsv");
   ASSERT_EQ(800u, lines.size());
   ExpectScores(lines);
 }

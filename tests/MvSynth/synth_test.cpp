@@ -47,7 +47,7 @@ void ExpectUntouched(const Outputs& outputs) {
 }
 
 TEST(Synth, EveryGoldenChoiceIsEqual) {
-  const auto lines = support::ReadTabFile(MV_TEST_DATA "/golden_synth.tsv");
+  const auto lines = support::ReadTestData("golden_synth.tsv");
   ASSERT_EQ(250u, lines.size());
   for (size_t i = 0; i < lines.size(); ++i) {
     SCOPED_TRACE("line " + std::to_string(i + 1));

@@ -14,6 +14,7 @@
 
 #include "corvex_capdlg/stand_in.h"
 #include "cx_capdlg_lib.h"
+#include "support/conditions.h"
 #include "support/temp_file.h"
 
 namespace {

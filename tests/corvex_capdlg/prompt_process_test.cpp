@@ -12,6 +12,7 @@
 #include "corvex_capdlg/stand_in.h"
 #include "cx_logger.h"
 #include "extern/smo_opt/smo_base1.h"
+#include "support/conditions.h"
 #include "support/temp_file.h"
 
 namespace {

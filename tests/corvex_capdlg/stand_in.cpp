@@ -1,10 +1,8 @@
 #include "corvex_capdlg/stand_in.h"
 
-#include <unistd.h>
-
-#include <chrono>
 #include <filesystem>
 
+#include "support/conditions.h"
 #include "support/temp_file.h"
 
 namespace support {
@@ -26,16 +24,6 @@ bool StandInNoted(const std::string& line) {
     return ("\n" + StandInNotes()).find("\n" + line + "\n") !=
            std::string::npos;
   });
-}
-
-bool Eventually(const std::function<bool()>& condition) {
-  using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + std::chrono::seconds(40);
-  while (!condition()) {
-    if (Clock::now() > deadline) return false;
-    usleep(20000);  // most conditions start a program to look
-  }
-  return true;
 }
 
 }  // namespace support

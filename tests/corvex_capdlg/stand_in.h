@@ -2,7 +2,6 @@
 #ifndef TESTS_CORVEX_CAPDLG_STAND_IN_H_
 #define TESTS_CORVEX_CAPDLG_STAND_IN_H_
 
-#include <functional>
 #include <string>
 
 namespace support {
@@ -18,11 +17,8 @@ std::string InstallStandIn(const std::string& directory, StandIn behaviour);
 // <time-out>", "text <text>", "images <length> <length>", "quit".
 std::string StandInNotes();
 
-// Waits until the notes hold that line; false after ten seconds.
+// Whether the notes come to hold that line.
 bool StandInNoted(const std::string& line);
-
-// Whether a condition comes true within ten seconds.
-bool Eventually(const std::function<bool()>& condition);
 
 }  // namespace support
 

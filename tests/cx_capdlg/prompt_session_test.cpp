@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "corvex_capdlg/stand_in.h"
 #include "extern/smo_opt/smo_base1.h"
+#include "support/conditions.h"
 
 namespace {
 

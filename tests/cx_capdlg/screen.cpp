@@ -6,8 +6,8 @@
 
 #include <cstdlib>
 
-#include "corvex_capdlg/stand_in.h"
 #include "cx_logger.h"
+#include "support/conditions.h"
 #include "support/temp_file.h"
 
 using corvex::log_run_cmd;

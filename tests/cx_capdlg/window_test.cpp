@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "corvex_capdlg/stand_in.h"
 #include "cx_capdlg/screen.h"
 #include "cx_capdlg_lib.h"
 #include "cx_dlg/prompt_client.h"
 #include "cx_logger.h"
+#include "support/conditions.h"
 #include "support/temp_file.h"
 
 namespace {

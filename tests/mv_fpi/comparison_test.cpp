@@ -22,8 +22,7 @@ std::string Text(const support::Bytes& record) {
 TEST(FpMatch, EveryLevelDecidesByTheGoldenScore) {
   const int kThresholds[] = {0, 30, 32, 36, 40, 45};
   std::map<int, int> seen;
-  for (const auto& row :
-       support::ReadTabFile(MV_TEST_DATA "/golden_match.tsv")) {
+  for (const auto& row : support::ReadTestData("golden_match.tsv")) {
     // Padded: the text of a record without minutiae alone is too short.
     const support::Bytes a = support::FromHex(row[2], 6);
     const support::Bytes b = support::FromHex(row[3], 6);

@@ -38,8 +38,7 @@ class EnrolmentTest : public CallTest {
 
   // A pair of generated records with this score, from the golden table.
   static std::pair<Bytes, Bytes> PairScoring(const std::string& score) {
-    for (const auto& row :
-         support::ReadTabFile(MV_TEST_DATA "/golden_match.tsv")) {
+    for (const auto& row : support::ReadTestData("golden_match.tsv")) {
       const Bytes first = support::FromHex(row[2]);
       const Bytes second = support::FromHex(row[3]);
       const bool plain = first[1] < 0x80 && second[1] < 0x80;

@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "corvex_capdlg/stand_in.h"
 #include "reliability/exported_calls.h"
+#include "support/conditions.h"
 #include "virtual_reader/random.h"
 
 namespace {

@@ -14,7 +14,6 @@
 
 #include "corvex_capdlg/stand_in.h"
 #include "cx_capdlg_lib.h"
-#include "cx_file_lock/cx_file_lock.h"
 #include "mv_base/base64.h"
 #include "mv_fpi.h"
 #include "support/private_dev.h"
@@ -219,12 +218,6 @@ Outcome MakeCall(const ExportedCall& call, Bench& bench,
   bench.SleepForProcesses(call.prompts);
   bench.Fail(failed);
   return call.run(bench);
-}
-
-bool LockIsFree() {
-  const int32_t lock = cx_file_lock();
-  cx_file_unlock(lock);
-  return lock >= 0;
 }
 
 int Segments() {

@@ -102,9 +102,6 @@ Outcome MakeCall(const ExportedCall& call, Bench& bench,
 // The record that the bench's finger gives.
 corvex::vreader::Bytes BenchRecord();
 
-// Whether the call lock can be had.
-bool LockIsFree();
-
 // How many shared segments this world has.
 int Segments();
 

@@ -11,8 +11,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "corvex_capdlg/stand_in.h"
 #include "reliability/exported_calls.h"
+#include "support/conditions.h"
 #include "virtual_reader/random.h"
 
 namespace {

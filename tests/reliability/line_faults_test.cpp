@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "corvex_capdlg/stand_in.h"
 #include "reliability/exported_calls.h"
+#include "support/conditions.h"
 #include "support/pty.h"
 
 namespace {

@@ -17,6 +17,7 @@
 #include "corvex_capdlg/stand_in.h"
 #include "cx_file_lock/cx_file_lock.h"
 #include "reliability/exported_calls.h"
+#include "support/conditions.h"
 #include "support/temp_file.h"
 
 namespace {

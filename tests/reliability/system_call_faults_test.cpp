@@ -8,9 +8,9 @@
 #include <cstdio>
 #include <map>
 
-#include "corvex_capdlg/stand_in.h"
 #include "cx_file_lock/cx_file_lock.h"
 #include "reliability/exported_calls.h"
+#include "support/conditions.h"
 #include "support/pty.h"
 #include "support/temp_file.h"
 

@@ -24,6 +24,10 @@ std::vector<Fields> ReadTabFile(const std::string& path) {
   return lines;
 }
 
+std::vector<Fields> ReadTestData(const std::string& name) {
+  return ReadTabFile(MV_TEST_DATA + name);
+}
+
 Bytes FromHex(const std::string& hex, size_t least_bytes) {
   Bytes bytes;
   for (size_t i = 0; i + 1 < hex.size(); i += 2) {

@@ -16,6 +16,9 @@ std::vector<std::string> Split(const std::string& text, char separator);
 // One entry a line; empty when the file cannot be read.
 std::vector<Fields> ReadTabFile(const std::string& path);
 
+// The same of a file in tests/data.
+std::vector<Fields> ReadTestData(const std::string& name);
+
 // The bytes of hex digits, padded with zeros to `least_bytes`.
 Bytes FromHex(const std::string& hex, size_t least_bytes = 0);
 

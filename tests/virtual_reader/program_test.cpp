@@ -7,7 +7,6 @@
 #include "support/temp_file.h"
 #include "virtual_reader/host_line.h"
 #include "virtual_reader/reader_program.h"
-#include "virtual_reader/virtual_reader.h"
 
 namespace {
 
@@ -150,22 +149,6 @@ TEST(Program, ExplainsItself) {
     EXPECT_NE("", program.ReadyLine());
     EXPECT_EQ(0, program.ExitStatus());
   }
-}
-
-// Every script of the documentation is one that the reader runs.
-TEST(Documentation, ItsScriptsRun) {
-  const std::string page = ReadFile(MV_VREADER_PAGE);
-  const std::string begin = "\n```script\n";
-  int scripts = 0;
-  for (size_t at = page.find(begin); at != std::string::npos;
-       at = page.find(begin, at)) {
-    at += begin.size();
-    const std::string script = page.substr(at, page.find("\n```\n", at) - at);
-    corvex::vreader::VirtualReader reader;
-    EXPECT_NO_THROW(reader.Run(script)) << script;
-    ++scripts;
-  }
-  EXPECT_LE(3, scripts);
 }
 
 }  // namespace
