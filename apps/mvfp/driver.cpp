@@ -50,7 +50,7 @@ namespace corvex::mvfp {
 
 std::string LoadDriver() {
   void* driver = dlopen(kDriverFile, RTLD_NOW);
-  const std::string why = driver == nullptr ? dlerror() : "";
+  std::string why = driver == nullptr ? dlerror() : "";
   // A sanitizer that stands between hides where this program lies.
   if (driver == nullptr) driver = dlopen(FileBeside().c_str(), RTLD_NOW);
   if (driver == nullptr) return why;

@@ -53,7 +53,8 @@ std::string Labelled(std::string label, const std::string& text) {
 std::string CallNames(const CodeMeaning& row, const std::string& quote = "") {
   std::string names;
   for (const Call call : CallsOf(row.calls)) {
-    names += (names.empty() ? "" : ", ") + quote + NameOf(call) + quote;
+    if (!names.empty()) names += ", ";
+    names.append(quote).append(NameOf(call)).append(quote);
   }
   return names;
 }

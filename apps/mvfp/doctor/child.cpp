@@ -89,6 +89,7 @@ Said AskChild(const std::function<std::string()>& work) {
 std::string OutputOf(const std::vector<std::string>& command,
                      const std::vector<std::string>& variables) {
   std::vector<char*> argv;
+  argv.reserve(command.size() + 1);
   for (const std::string& word : command) {
     argv.push_back(const_cast<char*>(word.c_str()));
   }

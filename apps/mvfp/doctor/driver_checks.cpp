@@ -14,7 +14,8 @@ constexpr const char* kEntryPoints[] = {
 constexpr char kReinstall[] = "sudo apt-get install --reinstall libmv-fpi1";
 
 std::string LoadFile(const std::string& path) {
-  return dlopen(path.c_str(), RTLD_NOW) != nullptr ? "" : dlerror();
+  void* const file = dlopen(path.c_str(), RTLD_NOW);
+  return file != nullptr && dlclose(file) == 0 ? "" : dlerror();
 }
 
 // What is wrong with the library; "" when nothing is. It is not started: that

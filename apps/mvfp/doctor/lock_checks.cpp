@@ -31,11 +31,13 @@ std::string FileName(const struct stat& file) {
 }
 
 // "lock: 1: FLOCK ADVISORY WRITE 12 00:2b:5 0 EOF": the id stands before the
-// file. Waiting processes are listed with an arrow; no call waits.
+// file. Locks of other kinds do not keep a call out, and an arrow before the
+// kind marks those who wait.
 bool IsLine(const std::string& line, const std::string& file, pid_t* taker) {
   const std::vector<std::string> words = Words(line);
-  const auto name = std::find(words.begin(), words.end(), file);
-  if (name == words.end() || name == words.begin()) return false;
+  const auto kind = std::find(words.begin(), words.end(), "FLOCK");
+  const auto name = std::find(kind, words.end(), file);
+  if (name == words.end() || *(kind - 1) == "->") return false;
   *taker = atoi((name - 1)->c_str());
   return true;
 }

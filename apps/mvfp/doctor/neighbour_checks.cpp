@@ -47,12 +47,12 @@ bool IsConsole(const std::string& port) {
 // Where the machine's start-up keeps the kernel's options.
 std::string ConsoleCommand(const std::string& port) {
   for (const char* path : {"/boot/firmware/cmdline.txt", "/boot/cmdline.txt",
-                           "/boot/armbianEnv.txt", "/etc/default/grub"}) {
+                           "/etc/default/grub"}) {
     if (ReadText(path).find("console=" + port) == std::string::npos) continue;
-    const std::string update =
-        EndsWith(path, "grub") ? " && sudo update-grub" : "";
-    return "sudo sed -i 's/console=" + port + "[^ \"]*//' " + path + update +
-           " && sudo reboot";
+    std::string command = "sudo sed -i 's/console=" + port;
+    command.append("[^ \"]*//' ").append(path);
+    if (EndsWith(path, "grub")) command += " && sudo update-grub";
+    return command + " && sudo reboot";
   }
   return "sudo grep -rl console=" + port + " /boot /etc/default";
 }

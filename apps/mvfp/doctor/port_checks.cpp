@@ -137,10 +137,12 @@ void CheckComLink(const Box& /*box*/, const std::string& port,
   struct stat target {};
   stat(("/dev/" + port).c_str(), &node);
   for (const std::string& link : Matching("/dev/COM*")) {
-    if (stat(link.c_str(), &target) == 0 && target.st_rdev == node.st_rdev) {
-      findings->push_back({Level::kOk, "link", link + " is " + port, ""});
-      return;
-    }
+    if (stat(link.c_str(), &target) != 0) continue;
+    if (target.st_rdev != node.st_rdev) continue;
+    std::string text = link;
+    text.append(" is ").append(port);
+    findings->push_back({Level::kOk, "link", text, ""});
+    return;
   }
   findings->push_back({Level::kNote, "link",
                        "no /dev/COM<n> is " + port +
