@@ -35,8 +35,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS mv-fpi-prompt)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "The driver library: captures features, enrols fingers, compares records and
-reads version and serial number. Comes with a udev rule for the readers' ports
-and the lock file that all users share.")
+reads version and serial number. Comes with a udev rule for the ports and the
+lock file that all users share.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${debian}/postinst
   ${debian}/postrm

@@ -20,7 +20,10 @@ esac
 build=build/packages-$1
 runtime=$(packaging/old-runtime.sh "$1")
 
+# Packages are stripped, so that debug information would be made for nothing.
 cmake --preset "$preset" -B "$build" -DMV_BUILD_TESTS=OFF \
+  -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O2 -DNDEBUG" \
+  -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O2 -DNDEBUG" \
   -DMV_BUILD_BENCH=OFF -DMV_BUILD_PROMPT=ON -DMV_OLD_RUNTIME="$runtime" \
   -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" >/dev/null
 cmake --build "$build" -- --quiet

@@ -5,8 +5,8 @@
 #
 #   packaging/old-runtime.sh amd64|arm64    prints the directory where it is
 #
-# It is fetched once, from where this machine gets its packages, and kept in
-# the user's cache.
+# It is fetched once and kept in the user's cache; from OLD_RUNTIME_MIRROR, or
+# from where this machine gets its packages.
 set -euo pipefail
 readonly release=bullseye
 readonly architecture=${1:?usage: $0 amd64|arm64}
@@ -21,7 +21,7 @@ if [ -d "$place" ]; then
   exit
 fi
 
-mirror=$("$(dirname "$0")/mirror.sh")
+mirror=${OLD_RUNTIME_MIRROR:-$("$(dirname "$0")/mirror.sh")}
 mkdir -p "$cache"
 work=$(mktemp -d "$cache/fetching.XXXXXX")
 trap 'rm -rf "$work"' EXIT

@@ -35,8 +35,8 @@ fail() { echo "FAILED: $1" >&2; exit 1; }
 inside() { chroot "$root" /usr/bin/env -i PATH="$PATH" LC_ALL=C.UTF-8 "$@"; }
 apt() {
   inside DEBIAN_FRONTEND=noninteractive apt-get -qq -y \
-    --no-install-recommends -o Dpkg::Use-Pty=0 -o APT::Sandbox::User=root "$@" >/mnt/apt.log 2>&1 ||
-    { cat /mnt/apt.log >&2; fail "apt-get $*"; }
+    --no-install-recommends -o Dpkg::Use-Pty=0 -o APT::Sandbox::User=root \
+    "$@" >/mnt/apt.log 2>&1 || { cat /mnt/apt.log >&2; fail "apt-get $*"; }
 }
 
 make_base() {
@@ -119,7 +119,7 @@ start_reader() {
 tell_reader() { echo "$1" >&"${READER[1]}"; }
 
 start_screen() {
-  exec {number}< <(exec Xvfb -displayfd 1 -ac -screen 0 1280x800x24 2>/dev/null)
+  exec {number}< <(exec Xvfb -displayfd 1 -ac -screen 0 800x600x24 2>/dev/null)
   read -r display <&"$number" || fail "no X server"
 }
 
@@ -169,7 +169,7 @@ check_udev_rules() {
   for effect in "GROUP $(inside getent group dialout | cut -d : -f 3)" \
     "MODE 0660" ID_MM_PORT_IGNORE=1 ID_MM_DEVICE_IGNORE=1; do
     grep -q "\(70-mv-fpi.rules:[0-9]* \|^\)$effect" <<<"$event" ||
-      fail "the udev rules do not give '$effect': $event"
+      fail "the udev rules do not give '$effect': $(grep mv-fpi <<<"$event")"
   done
   if grep "70-mv-fpi.rules.*\(Invalid\|Unknown\|Failed\)" <<<"$event"; then
     fail "the udev rules are at fault"
@@ -179,14 +179,13 @@ check_udev_rules() {
 
 # Every exported function has its page; that they are clean, lintian has seen.
 check_manual() {
-  local function
-  for function in $(grep -E '^(FG|DEV|cx_dlg)_' \
-    "$here/../tests/mv_fpi/exports.txt"); do
+  local function program
+  while read -r function; do
     [ -e "$root/usr/share/man/man3/$function.3.gz" ] ||
       fail "no manual page for $function"
-  done
-  for function in mvfp mvfp-vreader; do
-    inside bash -n "/usr/share/bash-completion/completions/$function"
+  done < <(grep -E '^(FG|DEV|cx_dlg)_' "$here/../tests/mv_fpi/exports.txt")
+  for program in mvfp mvfp-vreader; do
+    inside bash -n "/usr/share/bash-completion/completions/$program"
   done
 }
 

@@ -2,7 +2,7 @@
 # Installs the Debian packages that a job needs. Says nothing when they are
 # all there; without root it says which are missing and fails.
 #
-# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64
+# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64|packages
 set -eu
 
 # To build the driver and the tools, and to show them.
@@ -21,12 +21,16 @@ TESTS="$GUIDED_DEMO ccache clang clang-format clang-tidy libclang-rt-14-dev
 ARM64="$TESTS g++-aarch64-linux-gnu qemu-user-static libcjson-dev:arm64
   libgtest-dev:arm64 libcairo2-dev:arm64 zlib1g-dev:arm64"
 
+# On top of that, to build the packages and to try them in a clean system.
+PACKAGES="$ARM64 qt6-base-dev:arm64 debootstrap lintian"
+
 case "${1-}" in
   demo) wanted=$DEMO ;;
   guided-demo) wanted=$GUIDED_DEMO ;;
   tests) wanted=$TESTS ;;
   arm64) wanted=$ARM64 ;;
-  *) echo "usage: $0 demo|guided-demo|tests|arm64" >&2; exit 2 ;;
+  packages) wanted=$PACKAGES ;;
+  *) echo "usage: $0 demo|guided-demo|tests|arm64|packages" >&2; exit 2 ;;
 esac
 
 native=$(dpkg --print-architecture)

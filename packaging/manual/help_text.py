@@ -11,18 +11,14 @@ LISTS = ("Positionals:", "Options:", "Subcommands:")
 class Entry:
     """An option, an argument or a subcommand, and its line of help."""
 
-    term: str
+    name: str  # flags with commas
+    value: str  # what follows the flags: 'LETTER:{A,B,C,K}'
+    relation: str  # 'Excludes: --remove'
     text: str
 
     @property
     def flags(self):
-        names = self.term.partition(" ")[0].split(",")
-        return [name for name in names if name.startswith("-")]
-
-    @property
-    def value(self):
-        """What follows the flags: 'LETTER:{A,B,C,K}'."""
-        return self.term.partition(" ")[2]
+        return [name for name in self.name.split(",") if name.startswith("-")]
 
 
 @dataclass
@@ -70,7 +66,11 @@ def entries(lines):
         entry = re.fullmatch(r"  (\S.*?) {2,}(\S.*)", line)
         if not entry:
             raise ValueError(f"no term and text: {line!r}")
-        yield Entry(entry[1], re.sub(" {2,}", " ", entry[2]))
+        term, relation, which = re.match(
+            r"(.*?)(?: ((?:Excludes|Needs):)(.*))?$", entry[1]
+        ).groups("")
+        name, _, value = term.partition(" ")
+        yield Entry(name, value, relation + which, re.sub(" {2,}", " ", entry[2]))
 
 
 def ask(command, path):
@@ -80,5 +80,5 @@ def ask(command, path):
     )
     found = parse(path, run.stdout)
     for entry in found.lists.get("Subcommands:", []):
-        found.subcommands.append(ask(command, [*path, entry.term]))
+        found.subcommands.append(ask(command, [*path, entry.name]))
     return found

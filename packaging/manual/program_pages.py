@@ -43,15 +43,20 @@ def readable(value):
 
 def term(entry):
     if not entry.flags:
-        return f"\\fI{roff.escape(entry.term.split()[0])}\\fR"
+        return f"\\fI{roff.escape(entry.name)}\\fR"
     name, _, rest = readable(entry.value).partition(" ")
     flags = ", ".join(f"\\fB{roff.escape(flag)}\\fR" for flag in entry.flags)
     return f"{flags} \\fI{roff.escape(name)}\\fR {roff.escape(rest)}".rstrip()
 
 
+def meaning(entry):
+    text = roff.emphasize(entry.text)
+    return f"{text}. {roff.escape(entry.relation)}" if entry.relation else text
+
+
 def table(entries):
     return "".join(
-        f".TP\n{term(entry)}\n{roff.emphasize(entry.text)}\n"
+        f".TP\n{term(entry)}\n{meaning(entry)}\n"
         for entry in entries
         if entry.flags != ["-h", "--help"]
     )

@@ -197,11 +197,14 @@ class Runner:
 
     def _run_console(self, block):
         script, end = "", "--- end of the output ---"
-        for command, _ in commands_of(block.text):
+        commands = commands_of(block.text)
+        for command, _ in commands:
             script += f"{command}s=$?; printf '\\n{end}'; (exit $s)\n"
         outputs = run(["bash", "-c", script + "true"],
                       stderr=subprocess.STDOUT).split("\n" + end)
-        for (command, shown), printed in zip(commands_of(block.text), outputs):
+        if len(outputs) <= len(commands):
+            raise Failed("not every command came to its turn")
+        for (command, shown), printed in zip(commands, outputs):
             if "output varies" not in block.marks:
                 try:
                     expect_output(shown, printed)

@@ -18,6 +18,7 @@ WRONG = {
     "a command fails": "```sh\nfalse\n```",
     "a command of a console prints something else":
         "```console\n$ true\n$ echo a; false\nb\n$ echo c\nc\n```",
+    "a console ends early": "```console\n$ exit\n$ true\n```",
     "no JSON": "```json\n{\n```",
     "no script": "```script\npress\n```",
     "in no language": "```\nmvfp version\n```",

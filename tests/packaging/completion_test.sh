@@ -31,4 +31,4 @@ offers "--auto-press" mvfp-vreader --a
 # The shell offers files when nothing else is offered.
 offers "" mvfp match an
 offers "" mvfp enroll --output an
-offers "" mvfp-vreader --records fi
+offers "" mvfp-vreader --records "fi"
