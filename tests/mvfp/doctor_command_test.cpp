@@ -162,7 +162,7 @@ const Scene kScenes[] = {
      [](DriverSite*, Port port) { return LeaveToGroup(port, ""); }, "PORT",
      "port", "problem", "you may not open /dev/PORT",
      "sudo adduser \"$USER\" readers"},
-    {"PortIsForAGroupThatTheSessionLacks",
+    {"PortIsForAGroupJoinedSinceTheLogIn",
      [](DriverSite*, Port port) { return LeaveToGroup(port, "root"); }, "PORT",
      "port", "problem", "you may not open /dev/PORT", "newgrp readers"},
     {"PortIsInUse",
