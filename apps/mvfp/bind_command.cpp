@@ -10,7 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -126,8 +126,9 @@ int List(const Config& config) {
   for (int number = 0; number <= kHighestCom; ++number) {
     std::ifstream file(RulesPath(number));
     if (!file) continue;
-    const std::string match =
-        MatchIn({std::istreambuf_iterator<char>(file), {}});
+    std::ostringstream rules;
+    rules << file.rdbuf();
+    const std::string match = MatchIn(rules.str());
     const std::string target = TargetOf(number);
     bindings.push_back(
         {{"link", LinkOf(number)}, {"target", target}, {"match", match}});

@@ -4,13 +4,15 @@
 
 #include <ctime>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 namespace support {
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  // Through a stream: an iterator throws when a process ends while it is read.
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
 }
 
 void WriteFile(const std::string& path, const std::string& content) {

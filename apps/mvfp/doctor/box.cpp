@@ -193,8 +193,11 @@ std::vector<std::string> LocksOf(const Process& process) {
 }
 
 std::string ReadText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  // Through a stream, which takes what a process that just ended leaves for the
+  // end of the file; an iterator throws.
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
 }
 
 std::vector<std::string> Words(const std::string& text) {
