@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds the Debian packages and checks them.
 #
-#   packaging/build.sh amd64|arm64    into build/packages-<architecture>
+#   packaging/build.sh amd64|arm64 [CMAKE_OPTION ...]
+#
+# They come into build/packages-<architecture>.
 #
 # The driver is made with an older system's runtime (old-runtime.sh), and must
 # load on hosts with glibc 2.28; tools and window are for this machine's Debian.
@@ -15,17 +17,16 @@ case "${1-}" in
     machine="Advanced Micro Devices X86-64"
     ;;
   arm64) preset=arm64 triplet=aarch64-linux-gnu machine=AArch64 ;;
-  *) echo "usage: $0 amd64|arm64" >&2; exit 2 ;;
+  *) echo "usage: $0 amd64|arm64 [CMAKE_OPTION ...]" >&2; exit 2 ;;
 esac
 build=build/packages-$1
 runtime=$(packaging/old-runtime.sh "$1")
+shift
 
-# Packages are stripped, so that debug information would be made for nothing.
 cmake --preset "$preset" -B "$build" -DMV_BUILD_TESTS=OFF \
-  -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O2 -DNDEBUG" \
-  -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O2 -DNDEBUG" \
   -DMV_BUILD_BENCH=OFF -DMV_BUILD_PROMPT=ON -DMV_OLD_RUNTIME="$runtime" \
-  -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" >/dev/null
+  -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" \
+  "$@" >/dev/null
 cmake --build "$build" -- --quiet
 tests/release/check_library.sh "$build/out/libmv_fpi.so" "$machine" readelf \
   "$oldest_glibc"
