@@ -157,6 +157,9 @@ assert driver.matches(template, template, level=5)
 check_udev_rules() {
   local usb=$root/sys/devices/usb1/1-1 event
   mount -t tmpfs tmpfs "$root/sys"
+  # What the rules make of it must not reach this machine.
+  mount -t tmpfs tmpfs "$root/dev"
+  mknod -m 666 "$root/dev/null" c 1 3
   mkdir -p "$usb/tty/ttyUSB99" "$root/sys/bus/usb" "$root/sys/class/tty"
   echo 1a86 >"$usb/idVendor"
   echo DEVTYPE=usb_device >"$usb/uevent"
@@ -165,7 +168,7 @@ check_udev_rules() {
   ln -s ../../../../../class/tty "$usb/tty/ttyUSB99/subsystem"
   event=$(inside SYSTEMD_DEVICE_VERIFY_SYSFS=0 udevadm test --action=add \
     /sys/devices/usb1/1-1/tty/ttyUSB99 2>&1)
-  umount "$root/sys"
+  umount "$root/sys" "$root/dev"
   for effect in "GROUP $(inside getent group dialout | cut -d : -f 3)" \
     "MODE 0660" ID_MM_PORT_IGNORE=1 ID_MM_DEVICE_IGNORE=1; do
     grep -q "\(70-mv-fpi.rules:[0-9]* \|^\)$effect" <<<"$event" ||
@@ -206,6 +209,7 @@ check_use() {
   check_host /root/hosts/build/host
   inside /root/hosts/build/prompt >/dev/null || fail "the prompt program"
   inside mvfp --version
+  inside mvfp doctor --port "$port" || fail "the doctor finds a fault"
   check_guided_enrolment
   check_python
 }
