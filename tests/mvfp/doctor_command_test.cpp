@@ -65,9 +65,18 @@ std::ostream& operator<<(std::ostream& out, const Scene& scene) {
   return out << scene.name;
 }
 
+// The name of a process, which for an emulated one is the emulator's.
+std::string NameOf(pid_t process) {
+  const std::string name =
+      support::ReadFile("/proc/" + std::to_string(process) + "/comm");
+  return name.substr(0, name.find('\n'));
+}
+
 std::string Filled(std::string text, const std::string& port, pid_t process) {
   const std::pair<std::string, std::string> fillings[] = {
-      {"PORT", port}, {"PID", std::to_string(process)}};
+      {"PORT", port},
+      {"PID", std::to_string(process)},
+      {"NAME", NameOf(process)}};
   for (const auto& [name, value] : fillings) {
     for (size_t at = 0; (at = text.find(name, at)) != std::string::npos;) {
       text.replace(at, name.size(), value);
@@ -192,7 +201,7 @@ const Scene kScenes[] = {
      "kill PID"},
     {"AChildKeepsTheLock", [](DriverSite*, Port) { return LeaveLockToChild(); },
      "PORT", "lock", "problem",
-     "process has ended, and kept by mvfp_test (process PID)", "kill PID"},
+     "process has ended, and kept by NAME (process PID)", "kill PID"},
     {"LockFileIsALink",
      [](DriverSite*, Port) { return symlink("/etc", kCallLockPath); }, "PORT",
      "lock", "problem", "no regular file",
