@@ -19,14 +19,16 @@
 #include "MvSynth/MvSynth.h"
 #include "mv_base/base64.h"
 #include "mv_base/hex.h"
+#include "mv_fpi/thresholds.h"
 
 namespace {
 
 constexpr int kLevels = 5;
-constexpr std::array<int, kLevels> kThresholds = {30, 32, 36, 40, 45};
-constexpr int kLeastEnrolmentScore = 36;
 constexpr size_t kPresses = 3;
 constexpr int kResamples = 5000;
+
+// Tables have a row for each level that decides, from 1.
+int ThresholdOf(size_t row) { return corvex::kMatchThresholds[row + 1]; }
 
 using Slot = std::array<uint8_t, corvex::kCaptureSlotBytes>;
 
@@ -80,7 +82,7 @@ struct Tally {
   void Add(int score) {
     ++comparisons;
     for (size_t i = 0; i < kLevels; ++i) {
-      accepted[i] += score > kThresholds[i] ? 1 : 0;
+      accepted[i] += score > ThresholdOf(i) ? 1 : 0;
     }
   }
   void Add(const Tally& other, double weight) {
@@ -148,7 +150,7 @@ class Comparisons {
     Slot tmpl = {};
     ++enrolments_;
     if (MivoSynthMinut(captures[0].data(), kPresses, tmpl.data(), nullptr,
-                       nullptr) < kLeastEnrolmentScore) {
+                       nullptr) <= corvex::kSynthesisThreshold) {
       ++refused_;
       return;
     }
@@ -276,7 +278,7 @@ class Table {
     std::printf(
         "| %zu | %d | %.3f %% | %.3f to %.3f | %d of %d "
         "| %.1f %% | %.1f to %.1f |\n",
-        level + 1, kThresholds[level], 100 * all_.Fmr(level), 100 * f.low,
+        level + 1, ThresholdOf(level), 100 * all_.Fmr(level), 100 * f.low,
         100 * f.high, erred, pairs, 100 * all_.Fnmr(level), 100 * n.low,
         100 * n.high);
   }

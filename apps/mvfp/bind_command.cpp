@@ -22,15 +22,6 @@
 namespace corvex::mvfp {
 namespace {
 
-int PrintUsage(const Config& config, const std::string& what,
-               const std::string& next) {
-  Failure failure;
-  failure.exit_code = kExitUsage;
-  failure.what = what;
-  failure.next = next;
-  return PrintFailure(config, failure);
-}
-
 int PrintSystemError(const Config& config, const std::string& verb,
                      const std::string& path) {
   const int error = errno;

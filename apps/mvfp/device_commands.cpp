@@ -18,15 +18,6 @@ namespace {
 // A reader that is silent for this long did not answer the probe.
 constexpr long kSilentReaderMs = 10000;
 
-int PrintUsage(const Config& config, const std::string& what,
-               const std::string& next) {
-  Failure failure;
-  failure.exit_code = kExitUsage;
-  failure.what = what;
-  failure.next = next;
-  return PrintFailure(config, failure);
-}
-
 int PrintNoPort(const Config& config) {
   const std::string what =
       config.port.empty() ? "no port given"

@@ -107,11 +107,8 @@ int Print(const Config& config, const std::vector<Part>& parts) {
 }
 
 int PrintBadPort(const Config& config) {
-  Failure failure;
-  failure.exit_code = kExitUsage;
-  failure.what = "\"" + config.port + "\" is no name below /dev";
-  failure.next = KnownPorts();
-  return PrintFailure(config, failure);
+  return PrintUsage(config, "\"" + config.port + "\" is no name below /dev",
+                    KnownPorts());
 }
 
 }  // namespace

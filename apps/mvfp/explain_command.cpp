@@ -148,22 +148,13 @@ Meanings Find(const std::string& code, unsigned calls) {
   return found;
 }
 
-int PrintUnknown(const Config& config, const std::string& what,
-                 const std::string& next) {
-  Failure failure;
-  failure.exit_code = kExitUsage;
-  failure.what = what;
-  failure.next = next;
-  return PrintFailure(config, failure);
-}
-
 int PrintUnknownFunction(const Config& config) {
   std::string names;
   for (const Call call : CallsOf(kAnyCall)) {
     names += std::string(names.empty() ? "" : ", ") + NameOf(call);
   }
-  return PrintUnknown(config, "no call is named \"" + config.function + "\"",
-                      "the calls with result codes: " + names);
+  return PrintUsage(config, "no call is named \"" + config.function + "\"",
+                    "the calls with result codes: " + names);
 }
 
 int PrintUnknownCode(const Config& config, const std::string& who,
@@ -176,7 +167,7 @@ int PrintUnknownCode(const Config& config, const std::string& who,
     }
     last = row->code;
   }
-  return PrintUnknown(
+  return PrintUsage(
       config, who + " never fails with " + config.code,
       "0 and more is success; the failures of " + who + ": " + codes);
 }

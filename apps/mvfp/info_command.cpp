@@ -32,16 +32,14 @@ std::string PortNumber(const std::string& port) {
 }
 
 int PrintNoNumber(const Config& config) {
-  Failure failure;
-  failure.exit_code = kExitUsage;
-  failure.what = config.port.empty()
-                     ? "no port given"
-                     : "\"" + config.port + "\" is no port COM<n>";
-  failure.next =
+  const std::string what = config.port.empty()
+                               ? "no port given"
+                               : "\"" + config.port + "\" is no port COM<n>";
+  return PrintUsage(
+      config, what,
       "the JSON entry asks by number; give the port a name like /dev/COM3, as "
       "in sudo mvfp bind 3 --port ttyUSB0, and use --port COM3; " +
-      KnownPorts();
-  return PrintFailure(config, failure);
+          KnownPorts());
 }
 
 Outcome Ask(const std::string& port, const std::string& number) {

@@ -28,12 +28,9 @@ void CollectFindings(const SourcedRecord& loaded,
 // wants to know which one it is.
 int PrintMalformed(const Config& config,
                    const std::vector<std::string>& findings) {
-  Failure failure;
-  failure.exit_code = kExitUsage;
-  failure.what = "a record is malformed";
-  for (const std::string& finding : findings) failure.what += "; " + finding;
-  failure.next = "look at each record: mvfp inspect RECORD";
-  return PrintFailure(config, failure);
+  std::string what = "a record is malformed";
+  for (const std::string& finding : findings) what += "; " + finding;
+  return PrintUsage(config, what, "look at each record: mvfp inspect RECORD");
 }
 
 int PrintScore(const Config& config, int score) {

@@ -63,4 +63,13 @@ int PrintFailure(const Config& config, const Failure& failure) {
                                             : SayUnwritable();
 }
 
+int PrintUsage(const Config& config, const std::string& what,
+               const std::string& next) {
+  Failure failure;
+  failure.exit_code = kExitUsage;
+  failure.what = what;
+  failure.next = next;
+  return PrintFailure(config, failure);
+}
+
 }  // namespace corvex::mvfp

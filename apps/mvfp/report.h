@@ -42,6 +42,10 @@ int PrintResult(const Config& config, const Json& fields,
 // Returns the failure's exit code.
 int PrintFailure(const Config& config, const Failure& failure);
 
+// A failure of what the user gave.
+int PrintUsage(const Config& config, const std::string& what,
+               const std::string& next);
+
 }  // namespace corvex::mvfp
 
 #endif  // APPS_MVFP_REPORT_H_

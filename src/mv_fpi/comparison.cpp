@@ -6,17 +6,13 @@
 #include "mv_base/record_kind.h"
 #include "mv_base/wipe.h"
 #include "mv_fpi.h"
+#include "mv_fpi/thresholds.h"
 #include "mv_loadso/algorithm_library.h"
 
 namespace {
 
 constexpr size_t kMinTextLength = 5;
 constexpr size_t kMaxTextLength = 1023;
-
-// Indexed by level; a score must exceed its threshold. The algorithm library
-// scores on another scale.
-constexpr int32_t kThresholds[] = {0, 30, 32, 36, 40, 45};
-constexpr int32_t kLibraryThresholds[] = {0, 38, 40, 45, 50, 55};
 
 struct Record {
   uint8_t bytes[1024] = {};
@@ -42,12 +38,13 @@ int32_t CompareInLibrary(const Record& first, const Record& second,
   if (corvex::ReadyAlgorithmLibrary() < 0) return FG_ERR_NO_LIBRARY;
   // Deliberate: the library takes the records the other way round.
   const int32_t score = MvViewMatch(second.bytes, first.bytes, 0, 0);
-  return Decide(score, kLibraryThresholds, level);
+  return Decide(score, corvex::kLibraryMatchThresholds, level);
 }
 
 int32_t Compare(const Record& first, const Record& second, int32_t level) {
   const int32_t score = MivoMatchFinger(first.bytes, second.bytes);
-  return score < 0 ? FG_ERR_NO_MATCH : Decide(score, kThresholds, level);
+  return score < 0 ? FG_ERR_NO_MATCH
+                   : Decide(score, corvex::kMatchThresholds, level);
 }
 
 }  // namespace

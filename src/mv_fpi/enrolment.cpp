@@ -14,6 +14,7 @@
 #include "mv_fpi/call_frame.h"
 #include "mv_fpi/deadline.h"
 #include "mv_fpi/prompt_window.h"
+#include "mv_fpi/thresholds.h"
 #include "mv_loadso/algorithm_library.h"
 
 namespace corvex {
@@ -24,10 +25,6 @@ constexpr int32_t kSlotBytes = kMaxReplyBytes;
 constexpr int32_t kSynthesisSlotBytes = 512;
 constexpr int32_t kTemplateBytes = kMaxReplyBytes;
 static_assert(Base64Length(kTemplateBytes) + 1 == FG_TEMPLATE_BYTES);
-
-// A score must exceed these; the two syntheses differ on purpose.
-constexpr int32_t kSynthesisThreshold = 35;
-constexpr int32_t kLibrarySynthesisThreshold = 36;
 
 // How one enrolment call differs from the other.
 struct Variant {

@@ -1,0 +1,19 @@
+// What a score must exceed. The algorithm library scores on another scale.
+#ifndef SRC_MV_FPI_THRESHOLDS_H_
+#define SRC_MV_FPI_THRESHOLDS_H_
+
+#include <cstdint>
+
+namespace corvex {
+
+// For a match; indexed by level, of which 0 decides nothing.
+constexpr int32_t kMatchThresholds[] = {0, 30, 32, 36, 40, 45};
+constexpr int32_t kLibraryMatchThresholds[] = {0, 38, 40, 45, 50, 55};
+
+// For a template: the best agreement of two presses.
+constexpr int32_t kSynthesisThreshold = 35;
+constexpr int32_t kLibrarySynthesisThreshold = 36;
+
+}  // namespace corvex
+
+#endif  // SRC_MV_FPI_THRESHOLDS_H_
