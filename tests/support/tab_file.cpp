@@ -38,4 +38,14 @@ Bytes FromHex(const std::string& hex, size_t least_bytes) {
   return bytes;
 }
 
+std::string ToHex(const uint8_t* bytes, size_t count) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string hex;
+  for (size_t i = 0; i < count; ++i) {
+    hex += kDigits[bytes[i] >> 4];
+    hex += kDigits[bytes[i] & 15];
+  }
+  return hex;
+}
+
 }  // namespace support

@@ -22,6 +22,9 @@ std::vector<Fields> ReadTestData(const std::string& name);
 // The bytes of hex digits, padded with zeros to `least_bytes`.
 Bytes FromHex(const std::string& hex, size_t least_bytes = 0);
 
+// Upper-case hex digits, two a byte.
+std::string ToHex(const uint8_t* bytes, size_t count);
+
 }  // namespace support
 
 #endif  // TESTS_SUPPORT_TAB_FILE_H_
