@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr char kLogSource[] = "src/cx_dlg";
 constexpr char kProgram[] = "cx_capdlg";
 constexpr int32_t kDialogType = 1;
 constexpr int32_t kNoMemory = -99;

@@ -27,8 +27,10 @@ bool NameDayFile(DayFile* day) {
   const int ms = static_cast<int>(precise.tv_usec / 1000);
   const time_t now = time(nullptr);
   if (now == static_cast<time_t>(-1)) return false;
-  // Not localtime: it looks at the zone file on every call, and a log that is
-  // off must cost next to nothing.
+  // localtime_r alone keeps the first zone, and a host may run for months. The
+  // look at TZ or /etc/localtime makes a record that is not written cost 1.4 us
+  // instead of 0.7 us: a call writes some fifty.
+  tzset();
   tm local{};
   if (localtime_r(&now, &local) == nullptr) return false;
   snprintf(day->path, sizeof day->path, "/tmp/fplog_%04d%02d%02d.log",
@@ -44,23 +46,18 @@ int OpenForAppend(const char* path) {
   return open(path, O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
 }
 
-int PrintOrigin(char* out, size_t size, const LogOrigin* origin) {
-  if (origin == nullptr) return 0;
-  if (!origin->names_thread) {
-    return snprintf(out, size, "[%s:%d] ", origin->source, origin->line);
-  }
-  return snprintf(out, size, "[%s:%d][%d:%d] ", origin->source, origin->line,
+// What stands before the text: the stamp and, when there is a place, the place
+// and who is there.
+int PrintHead(char* out, size_t size, const char* stamp, const char* place) {
+  if (place == nullptr) return snprintf(out, size, "%s", stamp);
+  return snprintf(out, size, "%s%s[%d:%d] ", stamp, place,
                   static_cast<int>(getpid()), static_cast<int>(cx_gettid()));
 }
 
-bool WriteRecord(int file, const char* stamp, const LogOrigin* origin,
+bool WriteRecord(int file, const char* stamp, const char* place,
                  const char* format, va_list args) {
   char head[160];
-  const int stamp_len = snprintf(head, sizeof head, "%s", stamp);
-  const int head_len =
-      stamp_len + PrintOrigin(head + stamp_len,
-                              sizeof head - static_cast<size_t>(stamp_len),
-                              origin);
+  const int head_len = PrintHead(head, sizeof head, stamp, place);
   va_list measured;
   va_copy(measured, args);
   const int text_len = vsnprintf(nullptr, 0, format, measured);
@@ -76,23 +73,23 @@ bool WriteRecord(int file, const char* stamp, const LogOrigin* origin,
   return write(file, record.get(), size) == static_cast<ssize_t>(size);
 }
 
-int32_t Append(const LogOrigin* origin, const char* format, va_list args) {
+int32_t Append(const char* place, const char* format, va_list args) {
   DayFile day;
   if (!NameDayFile(&day)) return -1;
   if (access(day.path, F_OK) != 0) return 0;
   const int file = OpenForAppend(day.path);
   if (file < 0) return -1;
-  const bool written = WriteRecord(file, day.stamp, origin, format, args);
+  const bool written = WriteRecord(file, day.stamp, place, format, args);
   close(file);
   return written ? 0 : -1;
 }
 
 }  // namespace
 
-int32_t LogFrom(const LogOrigin& origin, const char* format, ...) {
+int32_t LogWithThread(const char* place, const char* format, ...) {
   va_list args;
   va_start(args, format);
-  const int32_t result = Append(&origin, format, args);
+  const int32_t result = Append(place, format, args);
   va_end(args);
   return result;
 }

@@ -16,26 +16,21 @@ int32_t MIVO_Log_File(const char* format, ...)
 
 namespace corvex {
 
-// Where a record comes from. The source is the module's path, such as
-// "src/mv_cmd", whatever file of it the line stands in.
-struct LogOrigin {
-  const char* source;
-  int line;
-  bool names_thread;  // adds process and thread id
-};
-
-// Appends one record that begins "[source:line][process:thread] ", or
-// "[source:line] " when the origin names no thread.
-int32_t LogFrom(const LogOrigin& origin, const char* format, ...)
+// The same with "[process:thread] " behind the place, which is a text such as
+// "[src/mv_cmd:39]".
+int32_t LogWithThread(const char* place, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
 }  // namespace corvex
 
-// Both take a printf format and its arguments, and expect the module's path as
-// `kLogSource` in scope.
-#define MV_LOG(...) \
-  corvex::LogFrom(corvex::LogOrigin{kLogSource, __LINE__, true}, __VA_ARGS__)
-#define MV_LOG_SHORT(...) \
-  corvex::LogFrom(corvex::LogOrigin{kLogSource, __LINE__, false}, __VA_ARGS__)
+// Log with the place of the line: its module's path, which the build gives as
+// MV_LOG_SOURCE, and its number there. The short form names no thread. Both
+// take a format that is a literal, and its arguments.
+#define MV_LOG(...) corvex::LogWithThread(MV_LOG_PLACE, __VA_ARGS__)
+#define MV_LOG_SHORT(...) MIVO_Log_File(MV_LOG_PLACE " " __VA_ARGS__)
+
+#define MV_LOG_PLACE "[" MV_LOG_SOURCE ":" MV_LOG_DIGITS(__LINE__) "]"
+#define MV_LOG_DIGITS(number) MV_LOG_TEXT(number)
+#define MV_LOG_TEXT(token) #token
 
 #endif  // SRC_MV_BASE_DIAGNOSTIC_LOG_H_

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr char kLogSource[] = "src/mv_cmd";
-
 // Room for every reply, zeroed: a shorter one reads as zeros beyond its end.
 struct Reply {
   uint8_t data[2048] = {};

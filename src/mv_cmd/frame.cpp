@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr char kLogSource[] = "src/mv_cmd";
-
 constexpr int32_t kReplyHeaderChars = 1 + 2 * kReplyHeaderBytes;
 constexpr int32_t kCrcChars = 2 * kCrcBytes;
 constexpr int32_t kReceiveBytes = 10240;

@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr char kLogSource[] = "src/mv_cmd";
-
 // The settings to restore: those of the port opened last.
 termios g_term_bak;
 

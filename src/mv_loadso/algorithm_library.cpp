@@ -9,7 +9,6 @@
 
 #include "mv_base/clock.h"
 #include "mv_base/diagnostic_log.h"
-#include "mv_loadso/log_source.h"
 #include "mv_loadso/own_path.h"
 #include "mv_loadso/whole_library.h"
 

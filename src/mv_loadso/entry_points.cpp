@@ -5,7 +5,6 @@
 #include <type_traits>
 
 #include "mv_base/diagnostic_log.h"
-#include "mv_loadso/log_source.h"
 
 MvViewVersnFn MvViewVersn = nullptr;
 MvViewDinitFn MvViewDinit = nullptr;

@@ -1,24 +1,37 @@
 #include "mv_base/diagnostic_log.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <regex>
-#include <string>
 #include <thread>
 #include <vector>
 
-#include "mv_base/clock.h"
 #include "support/temp_file.h"
 
-namespace {
+#define MV_LOG_SOURCE "src/mv_base"
 
-constexpr char kLogSource[] = "src/mv_base";
+namespace {
 
 using support::DayLog;
 using support::DayLogPath;
 using support::SwitchLogOn;
+
+bool g_files_vanish = false;
+
+}  // namespace
+
+// The driver's look at the log; a file may vanish right behind it.
+extern "C" int access(const char* path, int mode) noexcept {
+  const int found = faccessat(AT_FDCWD, path, mode, 0);
+  if (g_files_vanish) unlink(path);
+  return found;
+}
+
+namespace {
 
 TEST(DiagnosticLog, IsOffWithoutTodaysFile) {
   support::WriteFile(DayLogPath(-1), "");
@@ -29,6 +42,26 @@ TEST(DiagnosticLog, IsOffWithoutTodaysFile) {
   EXPECT_EQ("", support::ReadFile(DayLogPath(1)));
 }
 
+TEST(DiagnosticLog, AFileThatVanishesIsNotMadeAnew) {
+  SwitchLogOn();
+  g_files_vanish = true;
+  EXPECT_EQ(-1, MIVO_Log_File("too late\n"));
+  EXPECT_NE(0, access(DayLogPath().c_str(), F_OK));
+}
+
+// An operator makes the file of the day on the wall, and reads its hours.
+TEST(DiagnosticLog, FollowsAZoneThatChangesWhileTheHostRuns) {
+  setenv("TZ", "WEST12", 1);
+  EXPECT_EQ(0, MIVO_Log_File("switched off\n"));
+  setenv("TZ", "EAST-12", 1);
+  const time_t eastern = time(nullptr) + 12 * 3600;
+  char path[64];
+  strftime(path, sizeof path, "/tmp/fplog_%Y%m%d.log", gmtime(&eastern));
+  support::WriteFile(path, "");
+  EXPECT_EQ(0, MIVO_Log_File("switched on\n"));
+  EXPECT_NE("", support::ReadFile(path));
+}
+
 TEST(DiagnosticLog, ARecordNamesTimePlaceProcessAndThread) {
   SwitchLogOn();
   EXPECT_EQ(0, MV_LOG("corvex_open_uart 串口:[%s]\n", "ttyUSB0"));
@@ -36,23 +69,16 @@ TEST(DiagnosticLog, ARecordNamesTimePlaceProcessAndThread) {
   EXPECT_EQ(0, MIVO_Log_File("%d\n", 7));
   const std::string stamp = R"(\d\d:\d\d:\d\d\.\d{3}  )";
   const std::regex expected(
-      stamp + R"(\[src/mv_base:\d+\]\[)" + std::to_string(getpid()) + R"(:)" +
-      std::to_string(cx_gettid()) +
-      R"(\] corvex_open_uart 串口:\[ttyUSB0\]\n)" + stamp +
-      R"(\[src/mv_base:\d+\] CxSplitJson 参数错误\n)" + stamp + R"(7\n)");
+      stamp + R"(\[src/mv_base:\d+\]\[)" + std::to_string(getpid()) + ":" +
+      std::to_string(gettid()) + R"(\] corvex_open_uart 串口:\[ttyUSB0\]\n)" +
+      stamp + R"(\[src/mv_base:\d+\] CxSplitJson 参数错误\n)" + stamp +
+      R"(7\n)");
   EXPECT_TRUE(std::regex_match(DayLog(), expected)) << DayLog();
 }
 
-TEST(DiagnosticLog, ALongRecordIsNotCut) {
+TEST(DiagnosticLog, LongRecordsOfManyThreadsStayWhole) {
   SwitchLogOn();
-  const std::string text(100000, 'x');
-  EXPECT_EQ(0, MV_LOG("%s\n", text.c_str()));
-  EXPECT_NE(std::string::npos, DayLog().find("] " + text + "\n"));
-}
-
-TEST(DiagnosticLog, RecordsOfManyThreadsStayWhole) {
-  SwitchLogOn();
-  const std::string text(500, 'x');
+  const std::string text(5000, 'x');
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
@@ -60,12 +86,10 @@ TEST(DiagnosticLog, RecordsOfManyThreadsStayWhole) {
     });
   }
   for (auto& thread : threads) thread.join();
-  const std::regex whole(
-      R"(\d\d:\d\d:\d\d\.\d{3}  \[src/mv_base:\d+\]\[\d+:\d+\] x{500})");
   std::istringstream log(DayLog());
   int records = 0;
   for (std::string line; std::getline(log, line); ++records) {
-    ASSERT_TRUE(std::regex_match(line, whole)) << line;
+    ASSERT_EQ(text, line.substr(line.find("] ") + 2)) << line;
   }
   EXPECT_EQ(800, records);
 }
@@ -79,14 +103,6 @@ TEST(DiagnosticLog, NeverFollowsALinkNorWaitsOnAPipe) {
   ASSERT_EQ(0, unlink(DayLogPath().c_str()));
   ASSERT_EQ(0, mkfifo(DayLogPath().c_str(), 0600));
   EXPECT_EQ(-1, MIVO_Log_File("attack\n"));
-}
-
-TEST(Clock, SleepsLongerThanASecondAndNotAtAll) {
-  const int64_t start = get_ms_tick();
-  MvSleep(0);
-  EXPECT_LT(get_ms_tick() - start, 500);
-  MvSleep(1500);
-  EXPECT_GE(get_ms_tick() - start, 1499);
 }
 
 }  // namespace
