@@ -8,14 +8,18 @@
 namespace {
 
 using corvex::CallTraits;
-using corvex::kLogSource;
 using corvex::LinkArguments;
 using corvex::RunCall;
 
 constexpr CallTraits kVersionCall = {"FG_GetDevVersion"};
 constexpr CallTraits kSerialCall = {"FG_GetDevSn"};
 // Deliberate: no start line, and a failed open is logged as the port gave it.
-constexpr CallTraits kCheckCall = {"FG_CheckPressed", false, true, -1};
+constexpr CallTraits kCheckCall = [] {
+  CallTraits call = {"FG_CheckPressed"};
+  call.logs_start = false;
+  call.logged_open_failure = -1;
+  return call;
+}();
 
 int32_t QueryVersion(int32_t port, char* version) {
   char text[128] = {};

@@ -1,6 +1,7 @@
 // FG_GetTemplate and FG_TipsGetTemplate: three presses within one time-out,
 // merged into a template. One procedure; the calls differ by a row of data.
 #include <cstring>
+#include <functional>
 
 #include "MvMatch/MvMatch.h"
 #include "MvSynth/MvSynth.h"
@@ -29,20 +30,28 @@ static_assert(Base64Length(kTemplateBytes) + 1 == FG_TEMPLATE_BYTES);
 // How one enrolment call differs from the other.
 struct Variant {
   CallTraits call;
-  uint32_t beep_pause_ms;
-  int32_t synthesis_failed;
-  bool logs_missing_library;
-  bool guided;
+  bool guided = false;
+  uint32_t beep_pause_ms = kBeepMs;
+  int32_t synthesis_failed = FG_ERR_SYNTHESIS;
+  bool logs_missing_library = true;
 };
 
-// The capture loop brings its own pause, so the frame's is left out.
-constexpr Variant kPlain = {
-    {"FG_GetTemplate", true, false}, kSettleMs, FG_ERR_SYNTHESIS, true, false};
-constexpr Variant kGuided = {{"FG_TipsGetTemplate", true, false},
-                             kProbeMs,
-                             FG_ERR_GUIDED_SYNTHESIS,
-                             false,
-                             true};
+constexpr Variant MakeVariant(const char* name) {
+  Variant variant = {{name}};
+  // Every capture begins with a pause of its own.
+  variant.call.settles = false;
+  return variant;
+}
+
+constexpr Variant kPlain = MakeVariant("FG_GetTemplate");
+constexpr Variant kGuided = [] {
+  Variant variant = MakeVariant("FG_TipsGetTemplate");
+  variant.guided = true;
+  variant.beep_pause_ms = 500;
+  variant.synthesis_failed = FG_ERR_GUIDED_SYNTHESIS;
+  variant.logs_missing_library = false;
+  return variant;
+}();
 
 // The caller's buffers.
 struct Output {
@@ -85,7 +94,7 @@ class Enrolment {
   int32_t Capture(int32_t press) {
     int32_t result = WaitForFinger(press);
     if (result < 0) return result;
-    MvSleep(kProbeMs);
+    MvSleep(kCaptureMs);
     result = corvex_get_feature(port_, captures_.slots[press], /*encode=*/0);
     if (result < 0) {
       MV_LOG("%s 采集指纹模板失败[%d]\n", Name(), result);
@@ -136,18 +145,15 @@ class Enrolment {
     for (int32_t i = 0; i < kPresses; ++i) {
       std::memcpy(input[i], captures_.slots[i], kSynthesisSlotBytes);
     }
+    uint16_t length = 0;
     template_.score =
-        MivoSynthMinut(input[0], kPresses, template_.bytes, nullptr, nullptr);
-    if (template_.score <= kSynthesisThreshold) {
-      MV_LOG("%s 合成指纹模板失败[36][%d]\n", Name(), template_.score);
-      return FailSynthesis();
-    }
-    template_.length = GetMivoMinutLen(template_.bytes);
-    if (template_.length <= 0) {
-      MV_LOG("%s 合成指纹模板失败[%d]\n", Name(), template_.length);
-      return FailSynthesis();
-    }
-    return FG_OK;
+        MivoSynthMinut(input[0], kPresses, template_.bytes, nullptr, &length);
+    template_.length = length;
+    if (template_.score > kSynthesisThreshold) return FG_OK;
+    // Deliberate: here and below, the first number tells the two ways of
+    // merging apart in the log. It is no threshold.
+    MV_LOG("%s 合成指纹模板失败[36][%d]\n", Name(), template_.score);
+    return FailSynthesis();
   }
 
   int32_t SynthesiseInLibrary() {
@@ -166,6 +172,8 @@ class Enrolment {
       MV_LOG("%s 合成指纹模板失败[45][%d]\n", Name(), template_.score);
       return FailSynthesis();
     }
+    // Deliberate: no host was ever given 257 to 383 bytes; a template that ends
+    // there is filled up with zeros.
     if (template_.length > 256 && template_.length < 384) {
       template_.length = 384;
     }
@@ -202,10 +210,11 @@ int32_t Enrol(const Variant& variant, const LinkArguments& link,
   const Deadline deadline(timeout_s);
   const bool arguments_ok = timeout_s >= 0 && out.tmpl != nullptr &&
                             out.tmpl_len != nullptr && out.message != nullptr;
-  return RunCall(
-      variant.call, link, out.message, arguments_ok, [&](int32_t port) {
-        return Enrolment(variant, port, deadline, out).Run(timeout_s);
-      });
+  const auto work = [&](int32_t port) {
+    return Enrolment(variant, port, deadline, out).Run(timeout_s);
+  };
+  return RunCall(variant.call, link, out.message, arguments_ok,
+                 std::cref(work));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // FG_GetFeature: wait for a finger, read its feature as Base64 text.
 #include <cstring>
+#include <functional>
 
 #include "mv_base/base64.h"
 #include "mv_base/clock.h"
@@ -48,7 +49,7 @@ int32_t ReadFeature(int32_t port, const Output& out) {
   const size_t length = std::strlen(text);
   std::memcpy(out.feature, text, length + 1);
   *out.feature_len = static_cast<int>(length);
-  MvSleep(kSettleMs);
+  MvSleep(kBeepMs);
   corvex_set_beep(port, 0);
   SetMessage(out.message, "采集指纹特征成功");
   return FG_OK;
@@ -67,7 +68,7 @@ int32_t Capture(int32_t port, const Deadline& deadline, const Output& out) {
       return probe;
     } else {
       MV_LOG("%s 已经检测到手指\n", kCall.name);
-      MvSleep(kProbeMs);
+      MvSleep(kCaptureMs);
       return ReadFeature(port, out);
     }
   }
@@ -86,8 +87,10 @@ int FG_GetFeature(const char* port, const char* bp_select, int link_speed,
   const bool arguments_ok = timeout_s > 0 && feature != nullptr &&
                             feature_len != nullptr && message != nullptr;
   const corvex::Output out = {feature, feature_len, message};
-  return corvex::RunCall(
-      corvex::kCall, corvex::LinkArguments{port, bp_select, link_speed},
-      message, arguments_ok,
-      [&](int32_t fd) { return corvex::Capture(fd, deadline, out); });
+  const auto work = [&](int32_t fd) {
+    return corvex::Capture(fd, deadline, out);
+  };
+  return corvex::RunCall(corvex::kCall,
+                         corvex::LinkArguments{port, bp_select, link_speed},
+                         message, arguments_ok, std::cref(work));
 }

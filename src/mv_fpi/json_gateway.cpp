@@ -16,11 +16,7 @@ namespace {
 struct TreeDeleter {
   void operator()(cJSON* tree) const { cJSON_Delete(tree); }
 };
-struct TextDeleter {
-  void operator()(char* text) const { cJSON_free(text); }
-};
 using Tree = std::unique_ptr<cJSON, TreeDeleter>;
-using Text = std::unique_ptr<char, TextDeleter>;
 
 constexpr char kFunctionCode[] = "0001";
 constexpr size_t kFunctionCodeLen = sizeof kFunctionCode - 1;
@@ -38,25 +34,6 @@ constexpr char kModel[] = "MV5120";
 constexpr int kSnDateAt = 26;
 constexpr int kSnDateLen = 6;
 static_assert(kSnDateAt + kSnDateLen == FG_SN_BYTES);
-
-// The longest reply fits the caller's buffer: a reader may fill its serial
-// number with control characters, which take six characters each in JSON.
-constexpr size_t kEscaped = 6;
-constexpr size_t Line(size_t key_bytes, size_t value_len) {
-  // One tab before the key and one before the value, four quotes, a colon, a
-  // comma and the line's end; the key's bytes count its terminator.
-  return key_bytes - 1 + value_len + 9;
-}
-constexpr size_t kLongestReply =
-    sizeof "{\n}" + Line(sizeof "ErrorCode", sizeof "-2147483648" - 1) +
-    Line(sizeof "ErrorMessage", sizeof kFailed - 1) +
-    Line(sizeof "DeviceBrand", sizeof kBrand - 1) +
-    Line(sizeof "DllVersion", sizeof kDllVersion - 1) +
-    Line(sizeof "DeviceVersion", FG_VERSION_BYTES - 1) +
-    Line(sizeof "DeviceSN", kEscaped* FG_SN_BYTES) +
-    Line(sizeof "ProductionDate", 2 + kEscaped * kSnDateLen) +
-    Line(sizeof "DeviceModel", sizeof kModel - 1);
-static_assert(kLongestReply <= DEV_REPLY_BYTES);
 
 bool IsString(const cJSON* item) {
   return (item->type & 0xFF) == cJSON_String && item->valuestring != nullptr;
@@ -201,13 +178,16 @@ int32_t CxAddJson(int32_t code, const char* message, const char* version,
                                    {"ProductionDate", date},
                                    {"DeviceModel", kModel}});
   }
-  const Text text(whole ? cJSON_Print(reply.get()) : nullptr);
-  if (text == nullptr) {
+  // Not into `out` at once: what does not fit leaves a half text behind.
+  char text[DEV_REPLY_BYTES];
+  constexpr cJSON_bool kFormatted = 1;
+  if (!whole || cJSON_PrintPreallocated(reply.get(), text, sizeof text,
+                                        kFormatted) == 0) {
     MV_LOG_SHORT("CxAddJson 将pJson转成字符串失败\n");
     return kJsonUnusable;
   }
-  const size_t len = strlen(text.get());
-  memcpy(out, text.get(), len + 1);
+  const size_t len = strlen(text);
+  memcpy(out, text, len + 1);
   return static_cast<int32_t>(len);
 }
 

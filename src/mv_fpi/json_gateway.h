@@ -25,7 +25,8 @@ int32_t CxSplitJson(const char* text, char* port_out, char* spare_out);
 
 // Prints a reply and its terminator into `out`, DEV_REPLY_BYTES. version, sn
 // and date are looked at only when `code` is not negative. Returns the length
-// of the text, or a JsonCode and leaves `out` untouched.
+// of the text; or a JsonCode, also for a text that does not fit, and leaves
+// `out` untouched.
 int32_t CxAddJson(int32_t code, const char* message, const char* version,
                   const char* sn, const char* date, char* out);
 

@@ -3,14 +3,19 @@
 #define SRC_MV_FPI_THRESHOLDS_H_
 
 #include <cstdint>
+#include <iterator>
+
+#include "mv_fpi.h"
 
 namespace corvex {
 
 // For a match; indexed by level, of which 0 decides nothing.
 constexpr int32_t kMatchThresholds[] = {0, 30, 32, 36, 40, 45};
 constexpr int32_t kLibraryMatchThresholds[] = {0, 38, 40, 45, 50, 55};
+static_assert(std::size(kMatchThresholds) == FG_LEVEL_HIGHEST + 1);
+static_assert(std::size(kLibraryMatchThresholds) == FG_LEVEL_HIGHEST + 1);
 
-// For a template: the best agreement of two presses.
+// For a template: the agreement of the presses.
 constexpr int32_t kSynthesisThreshold = 35;
 constexpr int32_t kLibrarySynthesisThreshold = 36;
 
