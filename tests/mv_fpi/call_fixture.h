@@ -1,61 +1,86 @@
-// A host, the driver and a reader on a pseudo-terminal.
+// A host, the driver and a reader on a pseudo-terminal. In these programs the
+// driver's pauses take no time: they move the clock on, and are written down.
 #ifndef TESTS_MV_FPI_CALL_FIXTURE_H_
 #define TESTS_MV_FPI_CALL_FIXTURE_H_
 
 #include <gtest/gtest.h>
+#include <termios.h>
 
 #include <string>
 
-#include "cx_file_lock/cx_file_lock.h"
 #include "mv_fpi.h"
-#include "support/pty.h"
 #include "support/tab_file.h"
-#include "support/temp_file.h"
 #include "virtual_reader/virtual_reader.h"
 
-// After every test the lock is free, the line has its settings back, and the
-// driver has asked nothing that a reader would not understand.
+// A record that the matcher accepts: `count` minutiae along a spiral.
+support::Bytes Record(int count);
+
+// A record as a host has it.
+std::string TextOf(const support::Bytes& record);
+
+// Stands in for the algorithm library, whose entry points the test then sets.
+void InstallLibrary(void* handle);
+void RemoveLibrary();
+
+// After every test the lock is free, the line has its settings back, nothing
+// stays open, the reader has understood all, and what the test has told is as
+// in expected/<test>.txt. With MV_RENEW_EXPECTED in the environment, that file
+// is written anew.
 class CallTest : public testing::Test {
+ public:
+  // Writes down what a call does: pauses in ms, commands to the reader, and
+  // what it has the prompt window do.
+  void Note(const std::string& step);
+
+  // What the prompt window answers. None is opened unless a test changes it.
+  struct Window {
+    int opened = -18;
+    int picture = 0;
+    int gone_at_text = 0;  // counted from 1
+  } window_;
+
  protected:
-  CallTest() { support::SwitchLogOn(); }
+  struct Arguments {
+    const char* port;
+    const char* box;
+    int speed;
+    int timeout_s;
+    char* out;
+    int* length;
+    char* message;
+  };
 
-  void SetUp() override {
-    settings_ = reader_.TerminalSettings();
-    descriptors_ = support::OpenDescriptors();
-  }
-
-  void TearDown() override {
-    const int32_t lock = cx_file_lock();
-    EXPECT_GE(lock, 0) << "the call left the lock held";
-    cx_file_unlock(lock);
-    EXPECT_EQ(std::vector<std::string>{}, reader_.Errors());
-    if (unplugged_) return;  // with the line go its settings and descriptors
-    EXPECT_EQ(descriptors_, support::OpenDescriptors());
-    EXPECT_TRUE(support::SameSettings(settings_, reader_.TerminalSettings()));
-  }
+  CallTest();
+  ~CallTest() override;
+  void SetUp() override;
+  void TearDown() override;
 
   const char* Port() const { return reader_.PortName().c_str(); }
+  Arguments Usual() { return {Port(), "", 9600, 20, out_, &length_, message_}; }
 
-  // A record that the matcher accepts: `count` minutiae along a spiral.
-  static support::Bytes Record(int count) {
-    support::Bytes record = {0x12, 0, static_cast<uint8_t>(count)};
-    for (int i = 0; i < count; ++i) {
-      const int direction = i * 47 % 360;
-      record.push_back(static_cast<uint8_t>(20 + i * 37 % 215));
-      record.push_back(static_cast<uint8_t>(20 + i * 91 % 215));
-      record.push_back(static_cast<uint8_t>(direction));
-      record.push_back(static_cast<uint8_t>(direction >> 8 | 50 << 1));
-      record.push_back(0);
-    }
-    return record;
-  }
+  // Makes the buffers fresh and forgets the steps.
+  void StartCall();
+  int Call(const std::string& name, const Arguments& with);
 
-  static bool Logged(const std::string& text) {
-    return support::DayLog().find("] " + text + "\n") != std::string::npos;
-  }
+  // All that was written there since, terminators included.
+  std::string Out() const;
+  std::string Message() const;
+  // What was done since, in order.
+  std::string Steps();
+
+  // What the test is to be compared by; a NUL shows as "~".
+  void Tell(std::string text);
 
   corvex::vreader::VirtualReader reader_;
-  bool unplugged_ = false;
+  char out_[FG_TEMPLATE_BYTES];
+  int length_;
+  char message_[FG_MESSAGE_BYTES];
+  Arguments with_ = Usual();
+
+ private:
+  std::string told_;
+  std::string steps_;
+  size_t requests_seen_ = 0;
   termios settings_{};
   int descriptors_ = 0;
 };

@@ -1,21 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <string>
 
-#include "mv_base/base64.h"
+#include "call_fixture.h"
 #include "mv_base/record_kind.h"
 #include "mv_fpi.h"
-#include "support/tab_file.h"
+#include "mv_loadso/entry_points.h"
 
 namespace {
 
-std::string Text(const support::Bytes& record) {
-  const auto n = static_cast<int32_t>(record.size());
-  std::string text(static_cast<size_t>(Base64Length(n)) + 1, '\0');
-  EncodeB64(text.data(), record.data(), n);
-  text.pop_back();
-  return text;
+int Match(const std::string& first, const std::string& second, int level) {
+  return FG_FpMatch(first.c_str(), second.c_str(), level);
 }
 
 // Scores found by independent implementations, through the exported call.
@@ -29,14 +24,11 @@ TEST(FpMatch, EveryLevelDecidesByTheGoldenScore) {
     if (a[0] != 0x12 || b[0] != 0x12) continue;
     if (cx_chkmut(a.data()) > 0 || cx_chkmut(b.data()) > 0) continue;
     const int score = std::stoi(row[0]);
-    const std::string first = Text(a);
-    const std::string second = Text(b);
     ++seen[score];
-    ASSERT_EQ(score < 0 ? -8 : score,
-              FG_FpMatch(first.c_str(), second.c_str(), 0));
+    ASSERT_EQ(score < 0 ? -8 : score, Match(TextOf(a), TextOf(b), 0));
     for (int level = 1; level <= 5; ++level) {
       ASSERT_EQ(score > kThresholds[level] ? 0 : -8,
-                FG_FpMatch(first.c_str(), second.c_str(), level))
+                Match(TextOf(a), TextOf(b), level))
           << "score " << score << " at level " << level;
     }
   }
@@ -50,17 +42,14 @@ TEST(FpMatch, EveryLevelDecidesByTheGoldenScore) {
 TEST(FpMatch, ArgumentsAreCheckedBeforeRecords) {
   EXPECT_EQ(-1, FG_FpMatch(nullptr, "EgAA", 0));
   EXPECT_EQ(-1, FG_FpMatch("EgAA", nullptr, 0));
-  EXPECT_EQ(-1, FG_FpMatch("EgAAA", "EgAAA", 6));
-  EXPECT_EQ(-1, FG_FpMatch("EgAAA", "EgAAA", -1));
+  EXPECT_EQ(-1, FG_FpMatch("EgAA", "EgAA", 6));
+  EXPECT_EQ(-1, FG_FpMatch("EgAA", "EgAA", -1));
 }
 
 TEST(FpMatch, AMalformedTextIsNoMatchAtEveryLevel) {
   const std::string empty = "EgAA";  // a record without minutiae
   const std::string longest = empty + std::string(1019, 'A');
-  const struct {
-    std::string text;
-    int score;
-  } kCases[] = {
+  const std::pair<std::string, int> kCases[] = {
       {empty, -8},          // 4 characters
       {empty + "A", 0},     // 5
       {empty + "****", 0},  // rubbish behind the record
@@ -74,18 +63,50 @@ TEST(FpMatch, AMalformedTextIsNoMatchAtEveryLevel) {
       {"E****", -8},
       {"EgABICAAyg==", -8},  // weight 101
   };
-  for (const auto& c : kCases) {
-    EXPECT_EQ(c.score, FG_FpMatch(c.text.c_str(), "EgAAAA", 0)) << c.text;
-    EXPECT_EQ(c.score, FG_FpMatch("EgAAAA", c.text.c_str(), 0)) << c.text;
-    EXPECT_EQ(-8, FG_FpMatch(c.text.c_str(), "EgAAAA", 1)) << c.text;
+  for (const auto& [text, score] : kCases) {
+    EXPECT_EQ(score, Match(text, "EgAAAA", 0)) << text;
+    EXPECT_EQ(score, Match("EgAAAA", text, 0)) << text;
+    EXPECT_EQ(-8, Match(text, "EgAAAA", 1)) << text;
   }
 }
 
-TEST(FpMatch, DualFeatureRecordsNeedTheAlgorithmLibrary) {
-  const std::string dual = Text({0x12, 0x88, 0x00, 0x01});
-  const std::string plain = Text({0x12, 0x00, 0x00, 0x00});
-  EXPECT_EQ(-98, FG_FpMatch(dual.c_str(), plain.c_str(), 0));
-  EXPECT_EQ(-98, FG_FpMatch(plain.c_str(), dual.c_str(), 3));
+int32_t g_score;
+
+TEST(FpMatch, OneDualFeatureRecordSendsBothToTheLibraryInReverseOrder) {
+  constexpr char kPlain[] = "EgYDAAAA";   // 12 06 03
+  constexpr char kDual88[] = "EogBAAAA";  // 12 88 01
+  constexpr char kDual83[] = "EoMCAAAA";  // 12 83 02
+  EXPECT_EQ(-98, Match(kDual88, kPlain, 0));
+  EXPECT_EQ(-98, Match(kPlain, kDual83, 5));
+  InstallLibrary(&g_score);
+  MvViewMatch = [](const uint8_t* first, const uint8_t* second, int32_t zero,
+                   int32_t also_zero) {
+    return first[2] * 100 + second[2] * 10 + zero + also_zero;
+  };
+  EXPECT_EQ(310, Match(kDual88, kPlain, 0));
+  EXPECT_EQ(230, Match(kPlain, kDual83, 0));
+  EXPECT_EQ(0, Match(kPlain, kPlain, 0));  // not sent
+  RemoveLibrary();
+}
+
+TEST(FpMatch, TheLibrarysScoreDecidesOnAScaleOfItsOwn) {
+  constexpr char kDual[] = "EogBAAAA";
+  InstallLibrary(&g_score);
+  MvViewMatch = [](const uint8_t*, const uint8_t*, int32_t, int32_t) {
+    return g_score;
+  };
+  const int kThresholds[] = {0, 38, 40, 45, 50, 55};
+  for (int level = 1; level <= 5; ++level) {
+    g_score = kThresholds[level];
+    EXPECT_EQ(-8, Match(kDual, kDual, level)) << level;
+    ++g_score;
+    EXPECT_EQ(0, Match(kDual, kDual, level)) << level;
+  }
+  for (const int32_t score : {-2147483647, -110, -8, 0, 100, 2147483647}) {
+    g_score = score;
+    EXPECT_EQ(score, Match(kDual, kDual, 0));
+  }
+  RemoveLibrary();
 }
 
 }  // namespace

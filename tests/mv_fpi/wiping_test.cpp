@@ -4,19 +4,14 @@
 #include <pthread.h>
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <string_view>
 
 #include "MvMatch/minutiae_record.h"
 #include "call_fixture.h"
-#include "mv_base/base64.h"
-#include "mv_base/hex.h"
 
 namespace {
-
-using support::Bytes;
 
 // One form of the record: a piece of its inside, too long to arise by chance.
 struct Form {
@@ -67,29 +62,17 @@ class WipingTest : public CallTest {
   static constexpr size_t kStackBytes = 1 << 20;
 
   WipingTest() {
-    const std::string text = Text();
-    std::string hex(2 * record_.size(), '\0');
-    Bin2Hex(hex.data(), record_.data(), static_cast<int32_t>(record_.size()));
+    const std::string hex = support::ToHex(record_.data(), record_.size());
     corvex::WorkingForm working{};
     ConvertTransferFormat(&working, record_.data());
     std::array<int16_t, corvex::kMaxMinutiae> x{};
     for (size_t i = 0; i < x.size(); ++i) x[i] = working.minutiae.entry[i].x;
     SetForm(0, "record", record_.data() + 40);
     SetForm(1, "hex text", hex.data() + 250);  // decoding overwrites the front
-    SetForm(2, "Base64 text", text.data() + 160);
+    SetForm(2, "Base64 text", text_.data() + 160);
     SetForm(3, "working form", &working.minutiae.entry[5]);
     SetForm(4, "column of the working form", &x[5]);
-    g_freed_blocks = 0;
-  }
-
-  std::string Text() const {
-    std::string text(static_cast<size_t>(
-                         Base64Length(static_cast<int32_t>(record_.size()))) +
-                         1,
-                     '\0');
-    EncodeB64(text.data(), record_.data(),
-              static_cast<int32_t>(record_.size()));
-    return text;
+    reader_.Press(record_);
   }
 
   // Runs the call on a stack of its own, and searches that afterwards.
@@ -109,60 +92,44 @@ class WipingTest : public CallTest {
     };
     ASSERT_EQ(0, pthread_create(&thread, &attributes, run, &call));
     pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
     Search(stack, kStackBytes);
-    munmap(stack, kStackBytes);
+    EXPECT_GT(g_freed_blocks, 0);
   }
 
-  static void ExpectNothingLeft() {
-    EXPECT_GT(g_freed_blocks, 0);
+  void ExpectNothingLeftBy(const std::string& call) {
+    int result = -1;
+    Watch([&] { result = Call(call, with_); });
+    EXPECT_EQ(0, result);
+    EXPECT_EQ(text_ + '\0', Out());
     for (const Form& form : g_forms) EXPECT_FALSE(form.found) << form.name;
   }
 
-  const Bytes record_ = Record(30);
-  char text_[FG_TEMPLATE_BYTES] = {};
-  int length_ = 0;
-  char message_[FG_MESSAGE_BYTES] = {};
+  const support::Bytes record_ = Record(30);
+  const std::string text_ = TextOf(record_);
 };
 
 TEST_F(WipingTest, TheSearchFindsWhatIsLeft) {
-  const Bytes& record = record_;
-  Watch([&record] {
-    char* const copy = static_cast<char*>(malloc(record.size()));
-    std::memcpy(copy, record.data(), record.size());
+  Watch([this] {
+    char* const copy = static_cast<char*>(malloc(record_.size()));
+    std::memcpy(copy, record_.data(), record_.size());
     free(copy);
   });
   EXPECT_TRUE(g_forms[0].found);
 }
 
 TEST_F(WipingTest, ACaptureLeavesNothing) {
-  reader_.Press(record_);
-  int result = -1;
-  Watch([&] {
-    result = FG_GetFeature(Port(), "", 9600, 5, text_, &length_, message_);
-  });
-  EXPECT_EQ(0, result);
-  EXPECT_STREQ(Text().c_str(), text_);
-  ExpectNothingLeft();
+  ExpectNothingLeftBy("FG_GetFeature");
 }
 
 TEST_F(WipingTest, AnEnrolmentLeavesNothing) {
-  reader_.Press(record_);
-  int result = -1;
-  Watch([&] {
-    result = FG_GetTemplate(Port(), "", 9600, 20, text_, &length_, message_);
-  });
-  EXPECT_EQ(0, result);
-  EXPECT_STREQ(Text().c_str(), text_);
-  ExpectNothingLeft();
+  ExpectNothingLeftBy("FG_GetTemplate");
 }
 
 TEST_F(WipingTest, AComparisonLeavesNothing) {
-  const std::string text = Text();
   int score = -1;
-  Watch([&] { score = FG_FpMatch(text.c_str(), text.c_str(), 0); });
+  Watch([&] { score = FG_FpMatch(text_.c_str(), text_.c_str(), 0); });
   EXPECT_EQ(100, score);
-  ExpectNothingLeft();
+  for (const Form& form : g_forms) EXPECT_FALSE(form.found) << form.name;
 }
 
 }  // namespace

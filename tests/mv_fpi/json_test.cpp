@@ -1,0 +1,156 @@
+// DEV_CommCall: a host that speaks JSON and a reader on /dev/COM3.
+#include <cjson/cJSON.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "call_fixture.h"
+#include "mv_base/taken_log.h"
+#include "mv_fpi/json_gateway.h"
+#include "support/private_dev.h"
+
+namespace {
+
+const std::string kForty = "1234567890123456789012345678901234567890";
+
+std::string Request(const std::string& port) {
+  return R"({"FunctionCode":"0001","RequestPort":")" + port + "\"}";
+}
+
+class JsonTest : public CallTest {
+ protected:
+  JsonTest() {
+    support::CoverDev();
+    support::LinkDevice("COM3", Port());
+  }
+
+  int Ask(const std::string& request) {
+    StartCall();
+    unsigned int length = 0;
+    char reserved = '#';
+    const int code = DEV_CommCall(request.c_str(), &reserved, out_, &length);
+    EXPECT_EQ('#', reserved);
+    EXPECT_EQ(length + 1, Out().size());
+    EXPECT_LE(Out().size(), size_t{DEV_REPLY_BYTES});
+    return code;
+  }
+
+  void TellAnswer(const std::string& request) {
+    const std::string code = std::to_string(Ask(request));
+    Tell("? " + request + "\n" + code + " " + Out() + "\n");
+    // What the two queries log is their own matter.
+    for (const std::string& line : support::Split(TakenLog(), '\n')) {
+      if (line.find("DEV_CommCall") != std::string::npos ||
+          line.find("CxSplitJson") != std::string::npos) {
+        Tell(line + "\n");
+      }
+    }
+  }
+};
+
+TEST_F(JsonTest, QuestionsAreAnsweredOrRefusedByTheirRules) {
+  const std::string kRequests[] = {
+      Request("3"),
+      R"( { "x":[{}], "REQUESTPORT":"3","functioncode":"0001"} trailing)",
+      R"({"FunctionCode":"0001","RequestPort":"3","RequestPort":"4"})",
+      // Any function is answered, and another one noted.
+      R"({"FunctionCode":"00019","RequestPort":"9"})",
+      R"({"FunctionCode":"12345","RequestPort":"9"})",
+      R"({"FunctionCode":"","RequestPort":"9"})",
+      // A port is what strtol makes of its text.
+      Request(" 7x"), Request("port"), Request("-5"), Request("4294967304"),
+      Request("99999999999999999999"), Request(kForty),
+      // Fields that break their rule.
+      R"({"FunctionCode":1,"RequestPort":"3"})",
+      R"({"FunctionCode":null,"RequestPort":"3"})",
+      R"({"FunctionCode":"0001"})",
+      R"({"FunctionCode":"0001","RequestPort":3})",
+      R"({"FunctionCode":"0001","RequestPort":{"n":"3"}})", Request(""),
+      Request(kForty + "1"),
+      // No request at all.
+      "", "{", "[]", R"(["FunctionCode","RequestPort"])", R"("FunctionCode")",
+      R"({"FunctionCode":"\ud800","RequestPort":"3"})",
+      R"({"RequestPort":"3"})"};
+  for (const std::string& request : kRequests) TellAnswer(request);
+}
+
+TEST_F(JsonTest, TheReaderMaySayAnythingOfItself) {
+  for (const std::string& serial :
+       {std::string(), std::string("SN-20240315"), std::string(40, 'z'),
+        std::string("AB\0CD", 5) + std::string(27, '7'),
+        std::string(32, '\x01'), std::string(26, 'y') + "\x01\x02/\"\\\n"}) {
+    corvex::vreader::Options options;
+    options.serial = serial;
+    const corvex::vreader::VirtualReader reader(options);
+    unlink("/dev/COM4");
+    support::LinkDevice("COM4", reader.PortName());
+    TellAnswer(Request("4"));
+  }
+  reader_.Run("crc 1 on serial; wait-for request; status 2 on version");
+  TellAnswer(Request("3"));
+  TellAnswer(Request("3"));
+}
+
+TEST_F(JsonTest, DepthAndSizeAreHarmless) {
+  constexpr size_t kMiB = 1 << 20;
+  std::string objects;
+  std::string keys = "{";
+  for (size_t i = 0; i < kMiB / 8; ++i) {
+    objects += "{\"a\":";
+    keys += R"("k":"",)";
+  }
+  EXPECT_EQ(-99, Ask(std::string(kMiB, '[')));
+  EXPECT_EQ(-99, Ask(objects));
+  EXPECT_EQ(-1, Ask(Request(std::string(kMiB, '3'))));
+  EXPECT_EQ(0, Ask(std::string(kMiB, ' ') + Request("3")));
+  EXPECT_EQ(0, Ask(keys + Request("3").substr(1)));
+}
+
+TEST_F(JsonTest, NullArgumentsGetNoReply) {
+  StartCall();
+  unsigned int length = 77;
+  const std::string request = Request("3");
+  EXPECT_EQ(-1, DEV_CommCall(nullptr, out_, out_, &length));
+  EXPECT_EQ(-1, DEV_CommCall(request.c_str(), nullptr, out_, &length));
+  EXPECT_EQ(-1, DEV_CommCall(request.c_str(), out_, nullptr, &length));
+  EXPECT_EQ(-1, DEV_CommCall(request.c_str(), out_, out_, nullptr));
+  EXPECT_EQ(-1, CxSplitJson(request.c_str(), out_, nullptr));
+  EXPECT_EQ(-1, CxSplitJson(request.c_str(), nullptr, out_));
+  EXPECT_EQ(-1, CxAddJson(-1, nullptr, nullptr, nullptr, nullptr, out_));
+  EXPECT_EQ(-1, CxAddJson(-1, "", nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ("", Out());
+  EXPECT_EQ(77u, length);
+}
+
+int g_allocations_left = 0;
+
+// The library under the reply gives up at each of its allocations in turn.
+TEST_F(JsonTest, AReplyIsWholeOrNoneAndTheLengthTells) {
+  cJSON_Hooks scarce = {[](size_t size) {
+                          const bool some = g_allocations_left-- > 0;
+                          return some ? malloc(size) : nullptr;
+                        },
+                        free};
+  cJSON_InitHooks(&scarce);
+  int32_t result = -99;
+  for (int allowed = 0; result == -99 && allowed < 100; ++allowed) {
+    StartCall();
+    g_allocations_left = allowed;
+    result = CxAddJson(0, "m", "v1.3", "sn", "20", out_);
+    EXPECT_EQ(result < 0 ? 0 : static_cast<size_t>(result) + 1, Out().size());
+    EXPECT_EQ(result > 0, strstr(out_, "DeviceModel") != nullptr) << allowed;
+  }
+  EXPECT_GT(result, 0);
+  cJSON_InitHooks(nullptr);
+  StartCall();
+  const std::string endless(DEV_REPLY_BYTES, 'm');
+  EXPECT_EQ(-99, CxAddJson(-1, endless.c_str(), "", "", "", out_));
+  g_allocations_left = 0;
+  cJSON_InitHooks(&scarce);
+  unsigned int length = 0;
+  EXPECT_EQ(-99, DEV_CommCall("{}", out_, out_, &length));
+  EXPECT_EQ(static_cast<unsigned int>(-99), length);
+  EXPECT_EQ("", Out());
+}
+
+}  // namespace
