@@ -145,6 +145,7 @@ int CallTest::Call(const std::string& name, const Arguments& with) {
 }
 
 void CallTest::Note(const std::string& step) {
+  if (!notes_steps_) return;
   static const std::map<std::string, std::string> kCommands = {
       {"~10", "version"}, {"~12", "speed"}, {"~13", "probe"}, {"~14", "read"},
       {"~15", "serial"},  {"~17", "beep"},  {"\x1B%A", "A"},  {"\x1B%B", "B"},

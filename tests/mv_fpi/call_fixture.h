@@ -31,6 +31,7 @@ class CallTest : public testing::Test {
   // Writes down what a call does: pauses in ms, commands to the reader, and
   // what it has the prompt window do.
   void Note(const std::string& step);
+  bool notes_steps_ = true;
 
   // What the prompt window answers. None is opened unless a test changes it.
   struct Window {

@@ -73,6 +73,7 @@ class WipingTest : public CallTest {
     SetForm(3, "working form", &working.minutiae.entry[5]);
     SetForm(4, "column of the working form", &x[5]);
     reader_.Press(record_);
+    notes_steps_ = false;  // looking at the line would leave what was on it
   }
 
   // Runs the call on a stack of its own, and searches that afterwards.
