@@ -1,145 +1,111 @@
 #include "mv_cmd/commands.h"
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "line_fixture.h"
+#include "mv_base/transcript.h"
 
 namespace {
 
 class CommandTest : public LineTest {
  protected:
-  CommandTest() { std::memset(out_, '#', sizeof out_); }
+  // The command sends `request` and, given this reply, returns the result and
+  // writes `out`, terminators included.
+  void Expect(const std::function<int32_t(int32_t fd, char* out)>& command,
+              const std::string& request, const std::string& reply,
+              int32_t result, const std::string& out = "") {
+    SCOPED_TRACE(request + " " + reply);
+    constexpr char kUntouched = '#';
+    std::memset(out_, kUntouched, sizeof out_);
+    Reply(reply);
+    EXPECT_EQ(result, command(port_, out_));
+    EXPECT_EQ(out,
+              std::string(out_, std::find(out_, std::end(out_), kUntouched)));
+    ExpectSent(request);
+    tcflush(port_, TCIFLUSH);
+  }
 
-  const char* Text() const { return reinterpret_cast<const char*>(out_); }
-  char* Out() { return reinterpret_cast<char*>(out_); }
-
-  uint8_t out_[2048];
+  char out_[2048];
 };
 
-TEST_F(CommandTest, TheVersionIsTheFirstTwoBytes) {
-  const struct {
-    const char* reply;
-    const char* text;
-  } kCases[] = {{"~10001602000000020FEC6D50E3", "v2.15"},
-                {"~10001602000000FFFF0000FFFF", "v255.255"},
-                {"~10001601000000072E7A664C", "v7.0"},
-                {"~10001600000000", "v0.0"}};
-  for (const auto& c : kCases) {
-    Reply(c.reply);
-    EXPECT_EQ(static_cast<int32_t>(std::strlen(c.text)),
-              corvex_get_version(port_, Out()));
-    EXPECT_STREQ(c.text, Text());
-    ExpectSent("~101600000000");
-  }
+int32_t Feature(int32_t fd, char* out) {
+  return corvex_get_feature(fd, reinterpret_cast<uint8_t*>(out), 0);
 }
 
-TEST_F(CommandTest, AFailedVersionLeavesTheTextAlone) {
-  Reply("~10001602000000030FEC6D50E3");
-  EXPECT_EQ(-8, corvex_get_version(port_, Out()));
-  EXPECT_EQ('#', out_[0]);
-  EXPECT_TRUE(Logged("corvex_get_sn 获取固件版本失败[-1]"));
+int32_t FeatureText(int32_t fd, char* out) {
+  return corvex_get_feature(fd, reinterpret_cast<uint8_t*>(out), 1);
 }
 
-TEST_F(CommandTest, TheSerialNumberIsAlways32Bytes) {
-  const struct {
-    const char* reply;
-    std::string bytes;
-  } kCases[] = {
-      {"~150016140000004D56353132302D534E2D30313233343536373839EF9F34C3",
-       "MV5120-SN-0123456789" + std::string(12, '\0')},
-      {"~150016200000004D5635313230534E30313233343536373839303132333435363732"
-       "3430333135199CBE11",
-       "MV5120SN012345678901234567240315"},
-      {"~150016230000004D5635313230534E30313233343536373839303132333435363732"
-       "34303331352B2B2B49B74FF3",
-       "MV5120SN012345678901234567240315"},
-  };
-  for (const auto& c : kCases) {
-    Reply(c.reply);
-    EXPECT_EQ(32, corvex_get_sn(port_, Out()));
-    EXPECT_EQ(c.bytes, std::string(Text(), 32));
-    EXPECT_EQ('#', out_[32]);
-    ExpectSent("~1516070000000E00003200000009947197");
-  }
-}
+TEST_F(CommandTest, EachIsItsFrameAndReadsItsReply) {
+  using namespace std::string_literals;
+  Expect(corvex_get_version, "~101600000000", "~10001602000000020FEC6D50E3", 5,
+         "v2.15\0"s);
+  Expect(corvex_get_version, "~101600000000", "~10001602000000FFFF0000FFFF", 8,
+         "v255.255\0"s);
+  Expect(corvex_get_version, "~101600000000", "~10001600000000", 4, "v0.0\0"s);
+  Expect(corvex_get_version, "~101600000000", "~10021600000000", -14);
 
-TEST_F(CommandTest, Status7MeansNoFingerToTheProbeOnly) {
-  Reply("~13071600000000");
-  EXPECT_EQ(-7, corvex_get_check(port_));
-  ExpectSent("~131601000000008DEF02D2");
-  EXPECT_FALSE(Logged("corvex_get_check 探测手指失败[-7]"));
-  Reply("~13001600000000");
-  EXPECT_EQ(0, corvex_get_check(port_));
-  Reply("~13021600000000");
-  EXPECT_EQ(-14, corvex_get_check(port_));
-  EXPECT_TRUE(Logged("corvex_get_check 探测手指失败[-14]"));
-  Reply("~14071600000000");
-  EXPECT_EQ(-14, corvex_get_feature(port_, out_, 0));
-}
+  const std::string serial = "~1516070000000E00003200000009947197";
+  Expect(corvex_get_sn, serial,
+         "~150016140000004D56353132302D534E2D30313233343536373839EF9F34C3", 32,
+         "MV5120-SN-0123456789" + std::string(12, '\0'));
+  Expect(corvex_get_sn, serial,
+         "~150016230000004D5635313230534E30313233343536373839303132333435363732"
+         "34303331352B2B2B49B74FF3",
+         32, "MV5120SN012345678901234567240315");  // 35 came
 
-TEST_F(CommandTest, AFeatureHasMoreThan16Bytes) {
-  const char kFeature[] =
+  const auto check = [](int32_t fd, char*) { return corvex_get_check(fd); };
+  Expect(check, "~131601000000008DEF02D2", "~13071600000000", -7);
+  Expect(check, "~131601000000008DEF02D2", "~13001600000000", 0);
+  Expect(check, "~131601000000008DEF02D2", "~13021600000000", -14);
+
+  const std::string feature = "~141601000000011BDF05A5";
+  const std::string k17 =
       "~140016110000000102030405060708090A0B0C0D0E0F101175410172";
-  Reply(kFeature);
-  EXPECT_EQ(17, corvex_get_feature(port_, out_, 0));
-  EXPECT_EQ(17, out_[16]);
-  EXPECT_EQ('#', out_[17]);
-  ExpectSent("~141601000000011BDF05A5");
-  Reply(kFeature);
-  EXPECT_EQ(24, corvex_get_feature(port_, out_, 1));
-  EXPECT_STREQ("AQIDBAUGBwgJCgsMDQ4PEBE=", Text());
-  out_[0] = '#';
-  Reply("~140016100000000102030405060708090A0B0C0D0E0F10F1804C09");
-  EXPECT_EQ(16, corvex_get_feature(port_, out_, 1));
-  Reply("~14001600000000");
-  EXPECT_EQ(0, corvex_get_feature(port_, out_, 1));
-  EXPECT_EQ('#', out_[0]);
+  const std::string k16 =
+      "~140016100000000102030405060708090A0B0C0D0E0F10F1804C09";
+  Expect(Feature, feature, k17, 17,
+         "\x1\x2\x3\x4\x5\x6\x7\x8\x9\xA\xB\xC\xD\xE\xF\x10\x11");
+  Expect(FeatureText, feature, k17, 24, "AQIDBAUGBwgJCgsMDQ4PEBE=\0"s);
+  Expect(FeatureText, feature, k16, 16);  // too short for a feature
+  Expect(FeatureText, feature, "~14001600000000", 0);
+  Expect(Feature, feature, "~14071600000000", -14);
+
+  const auto led = [](int32_t fd, char*) { return corvex_set_led(fd, 9); };
+  Expect(led, "~171602000000000AE1FB0CA1", "~17001600000000", 0);
+  const auto beep = [](int32_t fd, char*) {
+    corvex_set_beep(fd, 9);
+    return 0;
+  };
+  Expect(beep, "~171602000000010AA0CA17B8", "~17051600000000", 0);
+  const auto speed = [](int32_t fd, char*) { return corvex_set_rate(fd, 3); };
+  Expect(speed, "~1216010000000337BE0B4B", "~12001600000000", 0);
+  const auto box = [](int32_t fd, char*) { return corvex_set_bpbox(fd, "B2"); };
+  Expect(box, "\x1B%B", "", 3);
+  ExpectTranscript(MV_EXPECTED, TakenLog());
 }
 
-TEST_F(CommandTest, LedAndBeeperShareACommand) {
-  Reply("~17001600000000");
-  EXPECT_EQ(0, corvex_set_led(port_, 9));
-  ExpectSent("~171602000000000AE1FB0CA1");
-  Reply("~17051600000000");
-  corvex_set_beep(port_, 9);
-  ExpectSent("~171602000000010AA0CA17B8");
-}
-
-TEST_F(CommandTest, TheSpeedIsAnIndex) {
-  Reply("~12001600000000");
-  EXPECT_EQ(0, corvex_set_rate(port_, 3));
-  ExpectSent("~1216010000000337BE0B4B");
-  EXPECT_EQ(-1, corvex_set_rate(port_, 8));
-  EXPECT_EQ(-1, corvex_set_rate(port_, -1));
-  ExpectNothingSent();
-}
-
-TEST_F(CommandTest, TheSwitchBoxGetsOneRawLetter) {
-  EXPECT_EQ(3, corvex_set_bpbox(port_, "B2"));
-  ExpectSent("\x1B%B");
+TEST_F(CommandTest, ABadArgumentSendsNothing) {
   for (const char* wrong : {"b", "", "D", " A"}) {
     EXPECT_EQ(-1, corvex_set_bpbox(port_, wrong)) << wrong;
   }
-  EXPECT_EQ(-1, corvex_set_bpbox(port_, nullptr));
-  ExpectNothingSent();
-}
-
-TEST_F(CommandTest, ANegativePortIsAnArgumentError) {
-  EXPECT_EQ(-1, corvex_get_sn(-1, Out()));
-  EXPECT_EQ(-1, corvex_get_sn(port_, nullptr));
-  EXPECT_EQ(-1, corvex_set_led(-1, 0));
-  EXPECT_EQ(-1, corvex_set_rate(-1, 3));
-  EXPECT_EQ(-1, corvex_get_check(-1));
-  EXPECT_EQ(-1, corvex_get_feature(-1, out_, 0));
-  EXPECT_EQ(-1, corvex_get_feature(port_, nullptr, 0));
-  EXPECT_EQ(-1, corvex_set_bpbox(-1, "A"));
+  const int32_t results[] = {corvex_set_bpbox(port_, nullptr),
+                             corvex_set_bpbox(-1, "A"),
+                             corvex_set_rate(port_, 8),
+                             corvex_set_rate(port_, -1),
+                             corvex_set_rate(-1, 3),
+                             corvex_get_sn(port_, nullptr),
+                             corvex_get_sn(-1, out_),
+                             corvex_get_feature(port_, nullptr, 0),
+                             Feature(-1, out_),
+                             corvex_set_led(-1, 0),
+                             corvex_get_check(-1)};
+  for (const int32_t result : results) EXPECT_EQ(-1, result);
   corvex_set_beep(-1, 0);
   ExpectNothingSent();
-  for (const char* name : {"get_sn", "set_led", "set_rate", "get_check",
-                           "get_feature", "set_bpbox", "set_beep"}) {
-    EXPECT_TRUE(Logged("corvex_" + std::string(name) + " 参数错误[-1]"))
-        << name;
-  }
+  ExpectTranscript(MV_EXPECTED, TakenLog());
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 
 #include "cx_dlg/prompt_client.h"
 #include "mv_base/base64.h"
-#include "mv_base/taken_log.h"
+#include "mv_base/transcript.h"
 #include "mv_loadso/algorithm_library.h"
 #include "support/conditions.h"
 #include "support/pty.h"
@@ -112,13 +112,7 @@ void CallTest::TearDown() {
   EXPECT_EQ(descriptors_, support::OpenDescriptors());
   EXPECT_EQ(std::vector<std::string>{}, reader_.Errors());
   TakenLog();  // looks for records in what the test did not look at
-  const std::string path =
-      std::string(MV_EXPECTED) +
-      testing::UnitTest::GetInstance()->current_test_info()->name() + ".txt";
-  // For a change that is meant; the difference is then to be read.
-  const bool renews = getenv("MV_RENEW_EXPECTED") != nullptr;
-  if (renews && !told_.empty()) support::WriteFile(path, told_);
-  EXPECT_EQ(support::ReadFile(path), told_);
+  if (!told_.empty()) ExpectTranscript(MV_EXPECTED, told_);
 }
 
 void CallTest::StartCall() {

@@ -24,8 +24,7 @@ void RemoveLibrary();
 
 // After every test the lock is free, the line has its settings back, nothing
 // stays open, the reader has understood all, and what the test has told is as
-// in expected/<test>.txt. With MV_RENEW_EXPECTED in the environment, that file
-// is written anew.
+// in expected/.
 class CallTest : public testing::Test {
  public:
   // Writes down what a call does: pauses in ms, commands to the reader, and

@@ -8,7 +8,7 @@
 
 #include "call_fixture.h"
 #include "cx_file_lock/cx_file_lock.h"
-#include "mv_base/taken_log.h"
+#include "mv_base/transcript.h"
 #include "mv_loadso/entry_points.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "call_fixture.h"
-#include "mv_base/taken_log.h"
+#include "mv_base/transcript.h"
 #include "mv_fpi/json_gateway.h"
 #include "support/private_dev.h"
 

@@ -1,15 +1,27 @@
-// What the driver has logged, for comparison with what it should.
-#ifndef TESTS_MV_BASE_TAKEN_LOG_H_
-#define TESTS_MV_BASE_TAKEN_LOG_H_
+// What a test has seen, compared whole with what it should see.
+#ifndef TESTS_MV_BASE_TRANSCRIPT_H_
+#define TESTS_MV_BASE_TRANSCRIPT_H_
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <regex>
 #include <sstream>
 #include <string>
 
 #include "support/temp_file.h"
+
+// Compares with <directory>/<test>.txt. With MV_RENEW_EXPECTED in the
+// environment the file is written anew: the difference is then to be read.
+inline void ExpectTranscript(const std::string& directory,
+                             const std::string& text) {
+  const std::string test =
+      testing::UnitTest::GetInstance()->current_test_info()->name();
+  const std::string path = directory + test + ".txt";
+  if (getenv("MV_RENEW_EXPECTED") != nullptr) support::WriteFile(path, text);
+  EXPECT_EQ(support::ReadFile(path), text);
+}
 
 // The log since the last look, repeated lines once. Of its place a line keeps
 // the module, in brackets when it names this process and thread too; what the
@@ -38,4 +50,4 @@ inline std::string TakenLog() {
   return texts;
 }
 
-#endif  // TESTS_MV_BASE_TAKEN_LOG_H_
+#endif  // TESTS_MV_BASE_TRANSCRIPT_H_
