@@ -35,11 +35,9 @@ namespace {
 
 TEST(DiagnosticLog, IsOffWithoutTodaysFile) {
   support::WriteFile(DayLogPath(-1), "");
-  support::WriteFile(DayLogPath(1), "");
   EXPECT_EQ(0, MIVO_Log_File("nobody reads this\n"));
   EXPECT_NE(0, access(DayLogPath().c_str(), F_OK));
   EXPECT_EQ("", support::ReadFile(DayLogPath(-1)));
-  EXPECT_EQ("", support::ReadFile(DayLogPath(1)));
 }
 
 TEST(DiagnosticLog, AFileThatVanishesIsNotMadeAnew) {
@@ -64,16 +62,15 @@ TEST(DiagnosticLog, FollowsAZoneThatChangesWhileTheHostRuns) {
 
 TEST(DiagnosticLog, ARecordNamesTimePlaceProcessAndThread) {
   SwitchLogOn();
-  EXPECT_EQ(0, MV_LOG("corvex_open_uart 串口:[%s]\n", "ttyUSB0"));
-  EXPECT_EQ(0, MV_LOG_SHORT("CxSplitJson 参数错误\n"));
-  EXPECT_EQ(0, MIVO_Log_File("%d\n", 7));
-  const std::string stamp = R"(\d\d:\d\d:\d\d\.\d{3}  )";
-  const std::regex expected(
-      stamp + R"(\[src/mv_base:\d+\]\[)" + std::to_string(getpid()) + ":" +
-      std::to_string(gettid()) + R"(\] corvex_open_uart 串口:\[ttyUSB0\]\n)" +
-      stamp + R"(\[src/mv_base:\d+\] CxSplitJson 参数错误\n)" + stamp +
-      R"(7\n)");
-  EXPECT_TRUE(std::regex_match(DayLog(), expected)) << DayLog();
+  EXPECT_EQ(0, MV_LOG("串口:[%s]\n", "ttyUSB0"));
+  EXPECT_EQ(0, MV_LOG_SHORT("参数错误\n"));
+  const std::string stamp = R"(\d\d:\d\d:\d\d\.\d{3}  \[src/mv_base:\d+\])";
+  const std::string self =
+      std::to_string(getpid()) + ":" + std::to_string(gettid());
+  EXPECT_TRUE(std::regex_match(
+      DayLog(), std::regex(stamp + R"(\[)" + self + R"(\] 串口:\[ttyUSB0\]\n)" +
+                           stamp + R"( 参数错误\n)")))
+      << DayLog();
 }
 
 TEST(DiagnosticLog, LongRecordsOfManyThreadsStayWhole) {

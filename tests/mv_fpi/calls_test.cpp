@@ -15,40 +15,39 @@ namespace {
 
 using support::Bytes;
 
-// What lies on the sensor, by its name in the reader's scripts.
-std::map<std::string, Bytes> Fingers() {
+// What a finger may leave on the sensor.
+std::map<std::string, Bytes> Records() {
   Bytes dual = Record(30);
   dual[1] = 0x83;
-  std::map<std::string, Bytes> fingers = {{"good", Record(30)},
+  std::map<std::string, Bytes> records = {{"good", Record(30)},
                                           {"rich", Record(31)},
                                           {"dual", dual},
                                           {"stub", Bytes(16, 0x12)},
-                                          {"fitting", Bytes(765, 0x12)},
+                                          {"fits", Bytes(765, 0x12)},
                                           {"long", Bytes(766, 0x12)},
                                           {"longest", Bytes(1024, 0x12)}};
   // Pairs with these scores, found by an independent implementation.
   for (const auto& row : support::ReadTestData("golden_match.tsv")) {
-    const Bytes first = support::FromHex(row[2]);
-    const Bytes second = support::FromHex(row[3]);
-    if (row[0] != "35" && row[0] != "36") continue;
-    if (first[1] >= 0x80 || second[1] >= 0x80) continue;
-    fingers.insert({"one_of_" + row[0], first});
-    fingers.insert({"other_of_" + row[0], second});
+    const Bytes a = support::FromHex(row[2]);
+    const Bytes b = support::FromHex(row[3]);
+    if (a[1] >= 0x80 || b[1] >= 0x80) continue;
+    records["a" + row[0]] = a;
+    records["b" + row[0]] = b;
   }
-  return fingers;
+  return records;
 }
 
-std::string Presses(const std::string& first, const std::string& second,
-                    const std::string& third) {
-  return "press " + first + " 1; wait-for captures 1; press " + second +
-         " 1; wait-for captures 1; press " + third + " 1";
-}
+// Fingers are named after what they leave, capture by capture.
+constexpr const char* kFingers[] = {"good",           "dual",
+                                    "stub",           "fits",
+                                    "long",           "longest",
+                                    "good-rich-good", "good-stub-good",
+                                    "good-dual-good", "longest-rich-dual",
+                                    "a35-a35-b35",    "a36-a36-b36"};
 
-// The algorithm library: it delivers the third capture.
-struct {
-  int32_t score;
-  int32_t template_length;
-} g_library;
+// What the algorithm library says of its template, which is the third capture.
+int32_t g_score;
+int32_t g_template_length;
 
 int32_t Merge(const uint8_t* captures, int32_t count, int32_t stride,
               uint8_t* tmpl, int32_t* tmpl_len, int32_t* best_index,
@@ -56,24 +55,28 @@ int32_t Merge(const uint8_t* captures, int32_t count, int32_t stride,
   EXPECT_EQ(3, count);
   EXPECT_EQ(1024, stride);
   EXPECT_EQ(0, zero);
-  EXPECT_EQ(&g_library, handle);
+  EXPECT_EQ(&g_score, handle);
   memcpy(tmpl, captures + 2 * stride, 1024);
-  *tmpl_len = g_library.template_length;
+  *tmpl_len = g_template_length;
   *best_index = 2;
-  return g_library.score;
+  return g_score;
 }
 
 class Calls : public CallTest {
  protected:
   Calls() {
-    for (const auto& [name, record] : fingers_) {
-      reader_.AddRecord(name, 1, record);
+    for (const char* const finger : kFingers) {
+      int impression = 0;
+      for (const std::string& name : support::Split(finger, '-')) {
+        reader_.AddRecord(finger, ++impression, records_.at(name));
+      }
     }
   }
 
   static void UseLibrary(int32_t score, int32_t template_length = 153) {
-    g_library = {score, template_length};
-    InstallLibrary(&g_library);
+    g_score = score;
+    g_template_length = template_length;
+    InstallLibrary(&g_score);
     OrvSynMinut = Merge;
   }
 
@@ -94,15 +97,15 @@ class Calls : public CallTest {
     RemoveLibrary();
   }
 
-  // A finger in place of its text.
+  // A record's name in place of its text.
   std::string Named(const std::string& out) const {
-    for (const auto& [name, record] : fingers_) {
+    for (const auto& [name, record] : records_) {
       if (out == TextOf(record) + '\0') return name;
     }
     return '"' + out + '"';
   }
 
-  const std::map<std::string, Bytes> fingers_ = Fingers();
+  const std::map<std::string, Bytes> records_ = Records();
 };
 
 TEST_F(Calls, FG_GetDevVersion) {
@@ -123,7 +126,7 @@ TEST_F(Calls, FG_GetDevSn) {
 
 TEST_F(Calls, FG_CheckPressed) {
   In("no finger", "");
-  In("finger", "press good 1");
+  In("finger", "press good");
   In("bad reply", "status 9");
   with_.port = "none";
   In("no such port", "");
@@ -132,12 +135,12 @@ TEST_F(Calls, FG_CheckPressed) {
 }
 
 TEST_F(Calls, FG_GetFeature) {
-  In("finger that comes", "wait-for probe; press good 1");
-  In("nothing to give", "press stub 1");
-  In("just fits", "press fitting 1");
-  In("does not fit", "press long 1");
-  In("longest reply", "press longest 1");
-  In("damaged", "press good 1; flip 40 on capture");
+  In("finger that comes", "wait-for probe; press good");
+  In("nothing to give", "press stub");
+  In("just fits", "press fits");
+  In("does not fit", "press long");
+  In("longest reply", "press longest");
+  In("damaged", "press good; flip 40 on capture");
   In("failed probe", "status 9 on probe");
   In("speed refused", "status 5");
   with_.timeout_s = 1;
@@ -149,32 +152,32 @@ TEST_F(Calls, FG_GetFeature) {
 }
 
 TEST_F(Calls, FG_GetTemplate) {
-  In("richer of the best pair", Presses("good", "rich", "good"));
-  In("enough agreement", Presses("one_of_36", "one_of_36", "other_of_36"));
-  In("too little agreement", Presses("one_of_35", "one_of_35", "other_of_35"));
-  In("no record", Presses("good", "stub", "good"));
-  In("no library", Presses("good", "good", "dual"));
+  In("richer of the best pair", "press good-rich-good");
+  In("enough agreement", "press a36-a36-b36");
+  In("too little agreement", "press a35-a35-b35");
+  In("no record", "press good-stub-good");
+  In("no library", "press longest-rich-dual");
   UseLibrary(37);
-  In("library", Presses("longest", "rich", "dual"));
+  In("library", "press longest-rich-dual");
   UseLibrary(36);
-  In("too little agreement in the library", Presses("good", "dual", "good"));
-  In("damaged", "press good 1; flip 40 on capture");
+  In("too little agreement in the library", "press good-dual-good");
+  In("damaged", "press good; flip 40 on capture");
   In("failed probe", "status 2 on probe");
   with_.timeout_s = 3;
-  In("no time for the third", "press good 1; wait-for captures 2; lift");
+  In("no time for the third", "press good; wait-for captures 2; lift");
   with_.timeout_s = 0;
   with_.box = "C";
   In("no time", "");
 }
 
 TEST_F(Calls, FG_TipsGetTemplate) {
-  In("no window", "press good 1");
-  In("no record", Presses("good", "stub", "good"));
-  In("no library", "press dual 1");
+  In("no window", "press good");
+  In("no record", "press good-stub-good");
+  In("no library", "press dual");
   window_ = {/*opened=*/0, /*picture=*/0, /*gone_at_text=*/0};
-  In("window", "press good 1");
+  In("window", "press good");
   window_ = {0, 0, 3};
-  In("window closed by the user", "press good 1");
+  In("window closed by the user", "press good");
   window_ = {0, -1, 0};
   with_.timeout_s = 1;
   In("no picture", "");
@@ -187,9 +190,9 @@ TEST_F(Calls, TheLibrarysTemplateHasALengthThatItCanHave) {
       {385, 385}, {1024, 1024}, {-1, -99},  {1025, -99}};
   for (const auto& [length, delivered] : kLengths) {
     UseLibrary(37, length);
-    reader_.Press(fingers_.at("dual"));
+    reader_.Run("press dual");
     EXPECT_EQ(std::min(delivered, 0), Call("FG_GetTemplate", with_)) << length;
-    Bytes expected = fingers_.at("dual");
+    Bytes expected = records_.at("dual");
     expected.resize(static_cast<size_t>(std::max(delivered, 0)));
     EXPECT_EQ(delivered < 0 ? "" : TextOf(expected) + '\0', Out());
   }
