@@ -1,7 +1,4 @@
 // DEV_CommCall: a host that speaks JSON and a reader on /dev/COM3.
-#include <cjson/cJSON.h>
-
-#include <cstdlib>
 #include <regex>
 
 #include "call_fixture.h"
@@ -111,16 +108,6 @@ TEST_F(JsonTest, ABadArgumentOrATextThatDoesNotFitGivesNoReply) {
   EXPECT_EQ("", Out());
   EXPECT_EQ(77u, length);
   Tell(TakenLog());
-}
-
-TEST_F(JsonTest, WithoutMemoryTheCallSaysSoInTheLength) {
-  cJSON_Hooks none = {[](size_t) -> void* { return nullptr; }, free};
-  cJSON_InitHooks(&none);
-  StartCall();
-  unsigned int length = 0;
-  EXPECT_EQ(-99, DEV_CommCall("{}", out_, out_, &length));
-  EXPECT_EQ(static_cast<unsigned int>(-99), length);
-  EXPECT_EQ("", Out());
 }
 
 }  // namespace
