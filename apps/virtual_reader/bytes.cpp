@@ -2,22 +2,15 @@
 
 #include <zlib.h>
 
+#include <charconv>
+#include <iterator>
+#include <sstream>
+
 namespace corvex::vreader {
-namespace {
-
-constexpr std::string_view kDigits = "0123456789ABCDEF";
-
-int DigitValue(char c) {
-  if (c >= 'a' && c <= 'f') c = static_cast<char>(c - 'a' + 'A');
-  const size_t at = kDigits.find(c);
-  return at == std::string_view::npos ? -1 : static_cast<int>(at);
-}
-
-}  // namespace
 
 std::string ToHex(const Bytes& bytes) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text;
-  text.reserve(bytes.size() * 2);
   for (const uint8_t byte : bytes) {
     text += kDigits[byte / 16];
     text += kDigits[byte % 16];
@@ -27,12 +20,12 @@ std::string ToHex(const Bytes& bytes) {
 
 std::optional<Bytes> FromHex(std::string_view text) {
   if (text.size() % 2 != 0) return std::nullopt;
-  Bytes bytes;
-  for (size_t i = 0; i < text.size(); i += 2) {
-    const int high = DigitValue(text[i]);
-    const int low = DigitValue(text[i + 1]);
-    if (high < 0 || low < 0) return std::nullopt;
-    bytes.push_back(static_cast<uint8_t>(high * 16 + low));
+  Bytes bytes(text.size() / 2);
+  const char* digits = text.data();
+  for (uint8_t& byte : bytes) {
+    const char* const end = digits + 2;
+    if (std::from_chars(digits, end, byte, 16).ptr != end) return std::nullopt;
+    digits = end;
   }
   return bytes;
 }
@@ -66,6 +59,30 @@ std::string Printable(std::string_view text) {
     }
   }
   return shown;
+}
+
+std::vector<std::string> Split(std::string_view text, char separator) {
+  std::vector<std::string> parts;
+  std::istringstream in{std::string(text)};
+  for (std::string part; std::getline(in, part, separator);) {
+    parts.push_back(part);
+  }
+  return parts;
+}
+
+std::vector<std::string> SplitWords(const std::string& text) {
+  std::istringstream in(text);
+  return {std::istream_iterator<std::string>(in), {}};
+}
+
+std::optional<uint32_t> ParseNumber(std::string_view text) {
+  const bool hex = text.substr(0, 2) == "0x";
+  if (hex) text.remove_prefix(2);
+  const char* const end = text.data() + text.size();
+  uint32_t value = 0;
+  const auto read = std::from_chars(text.data(), end, value, hex ? 16 : 10);
+  if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
+  return value;
 }
 
 }  // namespace corvex::vreader

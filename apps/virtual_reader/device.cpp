@@ -5,52 +5,75 @@
 
 namespace corvex::vreader {
 
-Device::Device(Bytes version, Bytes serial, FingerBook book)
-    : version_(std::move(version)),
-      serial_(std::move(serial)),
-      book_(std::move(book)) {}
+enum class Action { kVersion, kSpeed, kProbe, kCapture, kSerial, kLed, kBeep };
 
-void Device::Press(const std::string& finger, int impression) {
-  auto record = book_.Find(finger, impression);
-  if (record) finger_ = Finger{finger, impression, std::move(*record)};
+struct Command {
+  std::string_view name;     // in scripts
+  std::string_view payload;  // hex; the first byte is the least one allowed
+  Action action;
+  uint8_t code;
+  uint8_t first_max;  // the greatest first byte
+};
+
+namespace {
+
+constexpr uint8_t kStatusRefused = 1;
+constexpr uint8_t kStatusNoFinger = 7;
+
+constexpr Command kCommands[] = {
+    {"version", "", Action::kVersion, 0x10, 0x00},
+    {"speed", "00", Action::kSpeed, 0x12, 0x07},
+    {"probe", "00", Action::kProbe, 0x13, 0x00},
+    {"capture", "01", Action::kCapture, 0x14, 0x01},
+    {"serial", "0E000032000000", Action::kSerial, 0x15, 0x0E},
+    {"led", "000A", Action::kLed, 0x17, 0x00},
+    {"beep", "010A", Action::kBeep, 0x17, 0x01},
+};
+
+bool Accepts(const Command& command, const Bytes& payload) {
+  const Bytes wanted = *FromHex(command.payload);
+  if (payload.size() != wanted.size()) return false;
+  if (wanted.empty()) return true;
+  return payload[0] >= wanted[0] && payload[0] <= command.first_max &&
+         std::equal(wanted.begin() + 1, wanted.end(), payload.begin() + 1);
 }
 
-void Device::Press(Bytes record) { finger_ = Finger{"", 0, std::move(record)}; }
+}  // namespace
 
-Bytes Device::NextImpression() {
-  if (finger_->name.empty() || finger_->impression != 0) {
-    return finger_->record;
-  }
-  int& last = last_impression_[finger_->name];
-  last = book_.Following(finger_->name, last);
-  return book_.Find(finger_->name, last).value_or(finger_->record);
+const Command* FindCommand(std::string_view name) {
+  return FindNamed(kCommands, name);
 }
 
-void Device::Capture(Reply* reply) {
-  if (!finger_) {
-    reply->status = kStatusNoFinger;
-    return;
-  }
+Bytes Device::Capture() {
   ++tally_.captures;
-  reply->data = NextImpression();
+  const std::string& name = finger_->name;
+  int impression = finger_->impression;
+  if (impression == 0) {
+    int& last = last_impression_[name];
+    impression = last = book_.Following(name, last);
+  }
+  return book_.Find(name, impression).value_or(Bytes{});
 }
 
-void Device::Obey(const Command& command, const Request& request,
-                  Reply* reply) {
+void Device::Obey(const Command& command, const Bytes& payload, Reply* reply) {
   ++tally_.requests;
   switch (command.action) {
     case Action::kVersion:
       reply->data = version_;
       break;
     case Action::kSpeed:
-      speed_ = request.payload[0];
+      tally_.speed = payload[0];
       break;
     case Action::kProbe:
       ++tally_.probes;
       if (!finger_) reply->status = kStatusNoFinger;
       break;
     case Action::kCapture:
-      Capture(reply);
+      if (!finger_) {
+        reply->status = kStatusNoFinger;
+      } else {
+        reply->data = Capture();
+      }
       break;
     case Action::kSerial:
       reply->data = serial_;
@@ -64,33 +87,34 @@ void Device::Obey(const Command& command, const Request& request,
   }
 }
 
-std::optional<Reply> Device::Answer(Request* request) {
+Delivery Device::Answer(Request* request) {
   if (request->kind == Request::Kind::kSelector) {
-    if (!request->problem.empty()) return std::nullopt;
-    selector_ = request->text.back();
+    tally_.selector = request->text.back();
     ++tally_.selectors;
-    return std::nullopt;
   }
-  if (request->kind == Request::Kind::kNoise) return std::nullopt;
+  if (request->kind != Request::Kind::kFrame) return {};
   Reply reply;
   reply.command = request->command;
-  const Command* const command =
-      FindCommand(request->command, request->payload);
-  if (request->problem.empty() && command != nullptr) {
-    Obey(*command, *request, &reply);
-    return reply;
-  }
-  if (request->problem.empty()) {
-    request->problem = IsKnownCode(request->command)
+  const auto has_code = [&](const Command& c) {
+    return c.code == request->command;
+  };
+  const Command* const command = FindIf(kCommands, [&](const Command& c) {
+    return has_code(c) && Accepts(c, request->payload);
+  });
+  if (request->problem.empty() && command == nullptr) {
+    request->problem = FindIf(kCommands, has_code) != nullptr
                            ? "a payload that this command does not have"
                            : "an unknown command";
   }
-  reply.status = kStatusRefused;
-  return reply;
+  if (request->problem.empty()) {
+    Obey(*command, request->payload, &reply);
+  } else {
+    reply.status = kStatusRefused;
+  }
+  return Deliver(reply, TakeFault(command));
 }
 
-Fault Device::TakeFault(const Request& request) {
-  const Command* const command = FindCommand(request.command, request.payload);
+Fault Device::TakeFault(const Command* command) {
   const auto fits = [&](const Fault& fault) {
     return fault.only == nullptr || fault.only == command;
   };

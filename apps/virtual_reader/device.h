@@ -7,12 +7,17 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
-#include "virtual_reader/finger_book.h"
+#include "virtual_reader/fingers.h"
 #include "virtual_reader/reply.h"
 #include "virtual_reader/request.h"
 
 namespace corvex::vreader {
+
+// A request that the reader knows; null when there is none.
+struct Command;
+const Command* FindCommand(std::string_view name);
 
 // What has happened so far.
 struct Tally {
@@ -22,16 +27,21 @@ struct Tally {
   int beeps = 0;
   int leds = 0;
   int selectors = 0;
+  char selector = 0;  // the letter that the switch box got last; 0: none
+  int speed = -1;     // the index that the reader got last; -1: none
 };
 
 class Device {
  public:
-  Device(Bytes version, Bytes serial, FingerBook book);
+  Device(Bytes version, Bytes serial, FingerBook book)
+      : version_(std::move(version)),
+        serial_(std::move(serial)),
+        book_(std::move(book)) {}
 
   // A finger of the book; impression 0 gives a new one at every capture.
-  // Nothing changes when the book does not hold it.
-  void Press(const std::string& finger, int impression);
-  void Press(Bytes record);
+  void Press(const std::string& finger, int impression) {
+    finger_ = Finger{finger, impression};
+  }
   void Lift() { finger_.reset(); }
 
   void SetVersion(Bytes version) { version_ = std::move(version); }
@@ -39,28 +49,27 @@ class Device {
   void Arm(Fault fault) { armed_.push_back(std::move(fault)); }
   FingerBook& book() { return book_; }
 
-  // Nothing when the reader stays silent. A request that it does not
-  // understand gets `problem` and, when it is a frame, a refusal.
-  std::optional<Reply> Answer(Request* request);
+  // The reader's end: with the line's, or without.
+  void Unplug() { unplugged_ = quit_ = true; }
+  void Quit() { quit_ = true; }
+  bool Unplugged() const { return unplugged_; }
+  bool HasQuit() const { return quit_; }
 
-  // The first armed fault that fits the reply to this request, used up by it.
-  Fault TakeFault(const Request& request);
+  // The answer, spoiled by the first armed fault that fits, which is then used
+  // up. A request that the reader does not understand gets `problem` and, when
+  // it is a frame, a refusal.
+  Delivery Answer(Request* request);
 
   const Tally& tally() const { return tally_; }
-  // The letter that the switch box got last; 0 when none.
-  char selector() const { return selector_; }
-  // The index that the reader got last; -1 when none.
-  int speed() const { return speed_; }
 
  private:
   struct Finger {
-    std::string name;  // empty: the record itself
-    int impression = 0;
-    Bytes record;
+    std::string name;
+    int impression;
   };
-  void Obey(const Command& command, const Request& request, Reply* reply);
-  void Capture(Reply* reply);
-  Bytes NextImpression();
+  void Obey(const Command& command, const Bytes& payload, Reply* reply);
+  Bytes Capture();
+  Fault TakeFault(const Command* command);
 
   Bytes version_;
   Bytes serial_;
@@ -69,8 +78,8 @@ class Device {
   std::map<std::string, int> last_impression_;
   std::deque<Fault> armed_;
   Tally tally_;
-  char selector_ = 0;
-  int speed_ = -1;
+  bool unplugged_ = false;
+  bool quit_ = false;
 };
 
 }  // namespace corvex::vreader

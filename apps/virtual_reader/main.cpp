@@ -1,20 +1,29 @@
 // mvfp-vreader: a fingerprint reader on a pseudo-terminal.
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
-#include <optional>
+#include <sstream>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 
-#include "virtual_reader/record_file.h"
+#include "virtual_reader/fingers.h"
 #include "virtual_reader/script.h"
-#include "virtual_reader/serving.h"
+#include "virtual_reader/virtual_reader.h"
 
+namespace corvex::vreader {
 namespace {
 
-using corvex::vreader::FingerBook;
-using corvex::vreader::kProgram;
-using corvex::vreader::ServingOptions;
+constexpr char kProgram[] = "mvfp-vreader";
 
 enum ExitCode {            // scripts test these: add, never renumber
   kExitOk = 0,             // every request was well-formed
@@ -28,7 +37,7 @@ struct Config {
   std::string script_path;  // "-": standard input
   std::string auto_press;   // a finger
   bool traces = false;
-  std::string trace_path;
+  std::string trace_path;  // empty: standard error
   std::string link_path;
 };
 
@@ -84,87 +93,173 @@ void AddOptions(CLI::App* app, Config* config) {
   app->footer(kFooter);
 }
 
-std::optional<std::string> ReadFile(const std::string& path) {
+void Complain(const std::string& problem) {
+  fprintf(stderr, "%s: %s\n", kProgram, problem.c_str());
+}
+
+[[noreturn]] void FailFor(const std::string& what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+std::string ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  if (!file.is_open()) return std::nullopt;
-  std::string text;
-  char part[4096];
-  // Not the stream's iterators: they throw at a directory.
-  while (file.read(part, sizeof part) || file.gcount() > 0) {
-    text.append(part, static_cast<size_t>(file.gcount()));
+  file.peek();  // a directory shows itself only now
+  if (!file.is_open() || file.bad()) {
+    throw std::runtime_error(path + ": cannot be read");
   }
-  if (file.bad()) return std::nullopt;
-  return text;
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
-// Prints what is wrong with a file; true when nothing is.
-bool IsFaultless(const std::string& path,
-                 const std::vector<std::string>& errors) {
-  for (const std::string& error : errors) {
-    fprintf(stderr, "%s: %s: %s\n", kProgram, path.c_str(), error.c_str());
+// Ends the program, which has begun nothing yet, when a file has errors.
+void Require(const std::string& path, const std::vector<std::string>& errors) {
+  for (const std::string& error : errors) Complain(path + ": " + error);
+  if (!errors.empty()) exit(kExitUsage);
+}
+
+FingerBook LoadFingers(const std::string& path) {
+  if (path.empty()) return FingerBook();
+  const auto records = ParseRecords(ReadFile(path));
+  Require(path, records.errors);
+  return records.book;
+}
+
+std::string LoadScript(const Config& config, const FingerBook& fingers) {
+  std::string script;
+  if (!config.auto_press.empty()) {
+    script = "press " + config.auto_press + "\n";
+    Require("--auto-press", ParseScript(script, fingers).errors);
   }
-  return errors.empty();
+  if (config.script_path == "-" || config.script_path.empty()) return script;
+  const std::string text = ReadFile(config.script_path);
+  Require(config.script_path, ParseScript(text, fingers).errors);
+  return script + text;
 }
 
-bool LoadFingers(const Config& config, ServingOptions* options) {
-  if (config.records_path.empty()) return true;
-  const auto text = ReadFile(config.records_path);
-  if (!text) return IsFaultless(config.records_path, {"cannot be read"});
-  auto records = corvex::vreader::ParseRecords(*text);
-  options->fingers = std::move(records.book);
-  return IsFaultless(config.records_path, records.errors);
+// Before any thread starts, so that all of them inherit it.
+int BlockEndSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-bool CheckScript(const std::string& path, const std::string& text,
-                 const FingerBook& fingers) {
-  const auto script = corvex::vreader::ParseScript(text);
-  return IsFaultless(path, script.errors) &&
-         IsFaultless(path, FindMissing(script, fingers));
+// Open until the program ends; null when nothing is to be traced.
+FILE* OpenTrace(const Config& config) {
+  if (!config.traces) return nullptr;
+  if (config.trace_path.empty()) return stderr;
+  FILE* const trace = fopen(config.trace_path.c_str(), "we");
+  if (trace == nullptr) FailFor(config.trace_path);
+  return trace;
 }
 
-bool LoadScript(const Config& config, ServingOptions* options) {
-  if (!config.auto_press.empty())
-    options->script = "press " + config.auto_press + "\n";
-  if (!CheckScript("--auto-press", options->script, options->fingers))
+void WriteTransfer(FILE* trace, const Transfer& transfer) {
+  const bool to_host = transfer.direction == Transfer::Direction::kToHost;
+  fprintf(trace, "%11.6f %s %s\n",
+          static_cast<double>(transfer.time.count()) / 1e6,
+          to_host ? "reply  " : "request", Printable(transfer.text).c_str());
+  fflush(trace);
+}
+
+// A link that an earlier run left behind may go; anything else is kept.
+void MakeLink(const std::string& path, const std::string& port_name) {
+  struct stat old {};
+  if (lstat(path.c_str(), &old) == 0 && S_ISLNK(old.st_mode)) {
+    unlink(path.c_str());
+  }
+  if (symlink(("/dev/" + port_name).c_str(), path.c_str()) != 0) FailFor(path);
+}
+
+bool RunLine(const std::string& line, int number, VirtualReader* reader) {
+  try {
+    reader->Run(line, number);
+    return true;
+  } catch (const std::invalid_argument& error) {
+    Complain(std::string("standard input: ") + error.what());
     return false;
-  options->script_from_input = config.script_path == "-";
-  if (options->script_from_input || config.script_path.empty()) return true;
-  const auto text = ReadFile(config.script_path);
-  if (!text) return IsFaultless(config.script_path, {"cannot be read"});
-  options->script += *text;
-  return CheckScript(config.script_path, *text, options->fingers);
+  }
 }
 
-bool Load(const Config& config, ServingOptions* options) {
-  options->baud = config.baud;
-  options->traces = config.traces;
-  options->trace_path = config.trace_path;
-  options->link_path = config.link_path;
-  return LoadFingers(config, options) && LoadScript(config, options);
+// Runs script lines as they come from `input`, if that is not negative. False
+// when one was in error.
+bool WaitForEnd(int signals, int input, VirtualReader* reader) {
+  bool good = true;
+  std::string text;  // of a line that is not whole yet
+  int number = 0;
+  while (true) {
+    pollfd fds[] = {{signals, POLLIN, 0}, {input, POLLIN, 0}};
+    poll(fds, std::size(fds), -1);
+    if (fds[0].revents != 0) return good;
+    if (fds[1].revents == 0) continue;
+    char buffer[4096];
+    const ssize_t n = read(input, buffer, sizeof buffer);
+    if (n > 0) {
+      text.append(buffer, static_cast<size_t>(n));
+    } else {
+      input = -1;
+      text += '\n';
+    }
+    for (size_t end; (end = text.find('\n')) != std::string::npos;) {
+      good = RunLine(text.substr(0, end), ++number, reader) && good;
+      text.erase(0, end + 1);
+    }
+  }
 }
 
-int Run(int argc, char** argv) {
+// Serves until the script says quit or unplug, or SIGINT or SIGTERM comes.
+ExitCode Serve(const Config& config) {
+  Options options;
+  options.baud = config.baud;
+  options.fingers = LoadFingers(config.records_path);
+  const std::string script = LoadScript(config, options.fingers);
+  const Descriptor signals(BlockEndSignals());
+  if (signals.Get() < 0) FailFor("signals");
+  options.keeps_trace = false;  // it would grow for days
+  if (FILE* const trace = OpenTrace(config)) {
+    options.on_transfer = [=](const auto& t) { WriteTransfer(trace, t); };
+  }
+  size_t reported = 0;
+  options.on_error = [&](const std::string& error) {
+    ++reported;
+    Complain(error);
+  };
+  options.on_end = [] { kill(getpid(), SIGTERM); };
+  VirtualReader reader(options);
+  if (!config.link_path.empty()) MakeLink(config.link_path, reader.PortName());
+  reader.Run(script);
+
+  puts(reader.PortName().c_str());
+  fflush(stdout);
+  const int input = config.script_path == "-" ? STDIN_FILENO : -1;
+  const bool good = WaitForEnd(signals.Get(), input, &reader);
+  // A request may be on its way still.
+  const auto errors = reader.Errors();
+  for (; reported < errors.size(); ++reported) Complain(errors[reported]);
+  if (!config.link_path.empty()) unlink(config.link_path.c_str());
+  return good && errors.empty() ? kExitOk : kExitMisunderstood;
+}
+
+}  // namespace
+
+int Main(int argc, char** argv) {
   Config config;
   CLI::App app("A fingerprint reader on a pseudo-terminal.", kProgram);
   AddOptions(&app, &config);
   try {
     app.parse(argc, argv);
+    config.traces = app.count("--trace") > 0;
+    return Serve(config);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kExitOk : kExitUsage;
-  }
-  config.traces = app.count("--trace") > 0;
-  ServingOptions options;
-  if (!Load(config, &options)) return kExitUsage;
-  return Serve(options) ? kExitOk : kExitMisunderstood;
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-  try {
-    return Run(argc, argv);
   } catch (const std::exception& error) {
-    fprintf(stderr, "%s: %s\n", kProgram, error.what());
+    Complain(error.what());
     return kExitUsage;
   }
 }
+
+}  // namespace corvex::vreader
+
+int main(int argc, char** argv) { return corvex::vreader::Main(argc, argv); }

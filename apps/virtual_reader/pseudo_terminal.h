@@ -4,12 +4,29 @@
 #define APPS_VIRTUAL_READER_PSEUDO_TERMINAL_H_
 
 #include <termios.h>
+#include <unistd.h>
 
 #include <string>
 
-#include "virtual_reader/descriptor.h"
-
 namespace corvex::vreader {
+
+// Owns a file descriptor; a negative one means that there is none.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  ~Descriptor() { Reset(); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int Get() const { return fd_; }
+  void Reset(int fd = -1) {
+    if (fd_ >= 0) close(fd_);
+    fd_ = fd;
+  }
+
+ private:
+  int fd_;
+};
 
 class PseudoTerminal {
  public:
@@ -28,7 +45,7 @@ class PseudoTerminal {
   // As when the adapter is unplugged: descriptors that hosts hold read an end
   // of file and fail to write with EIO. A process that was forked off holds a
   // copy of the master and keeps the line alive.
-  void HangUp();
+  void HangUp() { master_.Reset(); }
 
  private:
   std::string name_;

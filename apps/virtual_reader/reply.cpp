@@ -8,96 +8,56 @@
 namespace corvex::vreader {
 namespace {
 
-void Append(Bytes* to, const Bytes& bytes) {
-  to->insert(to->end(), bytes.begin(), bytes.end());
-}
-
-// Everything behind the start mark.
-Bytes FrameBody(const Reply& reply, const Fault& fault) {
-  const uint8_t status = fault.status.value_or(reply.status);
+std::string FrameText(const Reply& reply, const Fault& fault) {
+  const auto byte = [](Fault::Number number, uint8_t otherwise) {
+    return static_cast<uint8_t>(number.value_or(otherwise));
+  };
+  const auto append = [](Bytes* to, const Bytes& bytes) {
+    to->insert(to->end(), bytes.begin(), bytes.end());
+  };
   const Bytes data = fault.status ? Bytes{} : reply.data;
   const auto size = static_cast<uint32_t>(data.size());
-  Bytes body = {fault.echo.value_or(reply.command), status,
-                fault.marker.value_or(kFrameMarker)};
-  Append(&body, LittleEndian(fault.length.value_or(size)));
-  Append(&body, data);
+  Bytes body = {byte(fault.echo, reply.command),
+                byte(fault.status, reply.status),
+                byte(fault.marker, kFrameMarker)};
+  append(&body, LittleEndian(fault.length.value_or(size)));
+  append(&body, data);
   if (!data.empty()) {
-    Append(&body, LittleEndian(fault.crc.value_or(CheckValue(data))));
+    append(&body, LittleEndian(fault.crc.value_or(CheckValue(data))));
   }
-  return body;
+  return static_cast<char>(byte(fault.mark, kStartMark)) + ToHex(body);
 }
 
 void Spoil(std::string* text, const Fault& fault) {
+  const auto within = [text](Fault::Number at) {
+    return at && *at < text->size();
+  };
   if (fault.lower_case) {
-    for (char& c : *text) {
-      c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
+    std::transform(text->begin(), text->end(), text->begin(), [](uint8_t c) {
+      return static_cast<char>(std::tolower(c));
+    });
   }
-  if (fault.flip_at && *fault.flip_at < text->size()) {
+  if (within(fault.flip_at)) {
     char& c = (*text)[*fault.flip_at];
     c = static_cast<char>(c ^ (1 << fault.flip_bit));
   }
-  if (fault.double_at && *fault.double_at < text->size()) {
+  if (within(fault.double_at)) {
     text->insert(*fault.double_at, 1, (*text)[*fault.double_at]);
   }
-  if (fault.truncate_at && *fault.truncate_at < text->size()) {
-    text->resize(*fault.truncate_at);
-  }
-}
-
-std::vector<Piece> Singly(const std::string& text,
-                          std::chrono::microseconds first_wait,
-                          std::chrono::microseconds each_wait) {
-  std::vector<Piece> pieces;
-  for (const char c : text) {
-    pieces.push_back({each_wait, std::string(1, c)});
-  }
-  if (!pieces.empty()) pieces.front().wait += first_wait;
-  return pieces;
+  if (within(fault.truncate_at)) text->resize(*fault.truncate_at);
 }
 
 }  // namespace
 
-std::string FrameText(const Reply& reply, const Fault& fault) {
-  std::string text(1, static_cast<char>(fault.mark.value_or(kStartMark)));
-  text += ToHex(FrameBody(reply, fault));
+Delivery Deliver(const Reply& reply, const Fault& fault) {
+  if (fault.silence) return {};
+  std::string text = FrameText(reply, fault);
   Spoil(&text, fault);
-  return fault.garbage + text;
-}
-
-std::chrono::microseconds CharacterTime(int baud) {
-  constexpr int kBitsPerCharacter = 10;
-  if (baud <= 0) return std::chrono::microseconds(0);
-  return std::chrono::microseconds(kBitsPerCharacter * 1000000 / baud);
-}
-
-Delivery Deliver(std::string text, const Fault& fault) {
-  Delivery delivery;
-  if (fault.silence) return delivery;
-  if (fault.hang_up_at) {
-    text.resize(std::min(*fault.hang_up_at, text.size()));
-    delivery.hangs_up = true;
-  }
-  if (fault.dribble.count() > 0) {
-    delivery.pieces = Singly(text, fault.delay, fault.dribble);
-  } else {
-    delivery.pieces.push_back({fault.delay, std::move(text)});
-  }
-  return delivery;
-}
-
-Delivery Pace(Delivery delivery, int baud, size_t request_chars) {
-  const auto each = CharacterTime(baud);
-  if (each.count() == 0) return delivery;
-  Delivery paced;
-  paced.hangs_up = delivery.hangs_up;
-  auto lead = each * static_cast<int64_t>(request_chars);
-  for (const Piece& piece : delivery.pieces) {
-    auto singles = Singly(piece.text, lead + piece.wait, each);
-    std::move(singles.begin(), singles.end(), std::back_inserter(paced.pieces));
-    lead = singles.empty() ? lead + piece.wait : std::chrono::microseconds(0);
-  }
-  return paced;
+  text.insert(0, fault.garbage);
+  if (fault.hang_up_at) text = text.substr(0, *fault.hang_up_at);
+  return {text, std::chrono::milliseconds(fault.delay.value_or(0)),
+          std::chrono::milliseconds(fault.dribble.value_or(0)),
+          fault.hang_up_at.has_value()};
 }
 
 }  // namespace corvex::vreader

@@ -5,11 +5,12 @@
 namespace corvex::vreader {
 namespace {
 
+constexpr char kEscape = '\x1B';
+constexpr char kBeginnings[] = {kStartMark, kEscape, '\0'};
+constexpr size_t kSelectorChars = 3;
 constexpr size_t kHeaderChars = 13;  // mark, command, marker, length
 constexpr size_t kCheckChars = 8;
 constexpr uint32_t kMaxPayload = 1000;
-constexpr std::string_view kSelectorLetters = "ABCK";
-constexpr char kBeginnings[] = {kStartMark, kEscape, '\0'};
 
 std::string Count(size_t n) {
   return std::to_string(n) + (n == 1 ? " character" : " characters");
@@ -27,25 +28,30 @@ std::optional<uint32_t> PayloadLength(std::string_view frame) {
   return FromLittleEndian(*header, 2);
 }
 
-bool HasLowerCase(std::string_view text) {
-  return std::any_of(text.begin(), text.end(),
-                     [](char c) { return c >= 'a' && c <= 'f'; });
-}
-
-std::string WrongCheckValue(uint32_t received, uint32_t computed) {
-  return "check value " + ToHex(LittleEndian(received)) + " instead of " +
-         ToHex(LittleEndian(computed));
+// What is wrong with the first characters of a request, which tell the rest.
+std::string HeadProblem(std::string_view head) {
+  if (head[0] == kEscape) {
+    if (head[1] != '%') return "an escape sequence that is no selector";
+    const bool known = std::string_view("ABCK").find(head[2]) != head.npos;
+    return known ? "" : "a selector letter that no switch box knows";
+  }
+  const auto length = PayloadLength(head);
+  if (!length) return "a header character that is not a hexadecimal digit";
+  if (*length <= kMaxPayload) return "";
+  return "a payload length of " + std::to_string(*length) + ", more than " +
+         std::to_string(kMaxPayload);
 }
 
 // Fills the fields of a frame of the right length.
 void ReadFields(Request* request) {
-  const auto bytes = FromHex(std::string_view(request->text).substr(1));
+  const std::string& text = request->text;
+  const auto bytes = FromHex(std::string_view(text).substr(1));
   if (!bytes) {
     request->problem = "a character that is not a hexadecimal digit";
     return;
   }
   request->command = (*bytes)[0];
-  if (HasLowerCase(request->text)) {
+  if (text.find_first_of("abcdef") != std::string::npos) {
     request->problem = "lower-case hexadecimal digits";
   }
   if ((*bytes)[1] != kFrameMarker) {
@@ -58,95 +64,60 @@ void ReadFields(Request* request) {
   const uint32_t received = FromLittleEndian(*bytes, 6 + length);
   const uint32_t computed = CheckValue(request->payload);
   if (received != computed) {
-    request->problem = WrongCheckValue(received, computed);
+    request->problem = "check value " + ToHex(LittleEndian(received)) +
+                       " instead of " + ToHex(LittleEndian(computed));
   }
 }
 
-std::string BrokeOff(std::string_view text) {
-  std::string problem = "request broke off after " + Count(text.size());
-  if (text[0] != kStartMark || text.size() < kHeaderChars) return problem;
-  const auto length = PayloadLength(text);
-  if (!length) return problem;
-  problem += " of " + std::to_string(FrameChars(*length));
-  if (text.size() == FrameChars(*length) - kCheckChars) {
-    problem += ": the check value is missing";
-  }
-  return problem;
+std::string Take(std::string* pending, size_t length) {
+  std::string text = pending->substr(0, length);
+  pending->erase(0, length);
+  return text;
+}
+
+Request Noise(std::string text, std::string problem) {
+  return {Request::Kind::kNoise, std::move(text), std::move(problem), 0, {}};
 }
 
 }  // namespace
 
-Request RequestScanner::Take(Request::Kind kind, size_t length,
-                             std::string problem) {
+Request BrokenOff(std::string text) {
+  std::string problem = "request broke off after " + Count(text.size());
+  const bool has_header = text[0] == kStartMark && text.size() >= kHeaderChars;
+  const auto length = has_header ? PayloadLength(text) : std::nullopt;
+  if (length) {
+    const size_t whole = FrameChars(*length);
+    problem += " of " + std::to_string(whole);
+    if (text.size() == whole - kCheckChars) {
+      problem += ": the check value is missing";
+    }
+  }
+  return Noise(std::move(text), std::move(problem));
+}
+
+std::optional<Request> TakeRequest(std::string* pending) {
+  if (pending->empty()) return std::nullopt;
+  const size_t next = pending->find_first_of(kBeginnings, 1);
+  const size_t present = std::min(next, pending->size());
+  const bool is_frame = (*pending)[0] == kStartMark;
+  if (!is_frame && (*pending)[0] != kEscape) {
+    return Noise(Take(pending, present),
+                 Count(present) + " outside any request");
+  }
+  size_t wanted = is_frame ? kHeaderChars : kSelectorChars;
+  if (present >= wanted) {
+    const std::string problem = HeadProblem(*pending);
+    if (!problem.empty()) return Noise(Take(pending, wanted), problem);
+    if (is_frame) wanted = FrameChars(*PayloadLength(*pending));
+  }
+  if (present < wanted) {
+    if (next == std::string::npos) return std::nullopt;
+    return BrokenOff(Take(pending, next));
+  }
   Request request;
-  request.kind = kind;
-  request.text = pending_.substr(0, length);
-  request.problem = std::move(problem);
-  pending_.erase(0, length);
-  return request;
-}
-
-std::optional<Request> RequestScanner::Next() {
-  if (pending_.empty()) return std::nullopt;
-  if (pending_[0] == kStartMark) return NextFrame();
-  if (pending_[0] == kEscape) return NextSelector();
-  return NextNoise();
-}
-
-Request RequestScanner::NextNoise() {
-  const size_t end =
-      std::min(pending_.find_first_of(kBeginnings), pending_.size());
-  return Take(Request::Kind::kNoise, end, Count(end) + " outside any request");
-}
-
-// A request whose first `length` characters hold the beginning of another.
-std::optional<Request> RequestScanner::BrokenOff(size_t length) {
-  const size_t next = pending_.find_first_of(kBeginnings, 1);
-  if (next >= length) return std::nullopt;
-  return Take(Request::Kind::kNoise, next,
-              BrokeOff(std::string_view(pending_).substr(0, next)));
-}
-
-std::optional<Request> RequestScanner::NextSelector() {
-  constexpr size_t kSelectorChars = 3;
-  if (auto broken = BrokenOff(kSelectorChars)) return broken;
-  if (pending_.size() < kSelectorChars) return std::nullopt;
-  if (pending_[1] != '%') {
-    return Take(Request::Kind::kNoise, kSelectorChars,
-                "an escape sequence that is no selector");
-  }
-  const bool known =
-      kSelectorLetters.find(pending_[2]) != std::string_view::npos;
-  return Take(Request::Kind::kSelector, kSelectorChars,
-              known ? "" : "a selector letter that no switch box knows");
-}
-
-std::optional<Request> RequestScanner::NextFrame() {
-  if (auto broken = BrokenOff(kHeaderChars)) return broken;
-  if (pending_.size() < kHeaderChars) return std::nullopt;
-  const auto length = PayloadLength(pending_);
-  if (!length) {
-    return Take(Request::Kind::kNoise, kHeaderChars,
-                "a header character that is not a hexadecimal digit");
-  }
-  if (*length > kMaxPayload) {
-    return Take(Request::Kind::kNoise, kHeaderChars,
-                "a payload length of " + std::to_string(*length) +
-                    ", more than " + std::to_string(kMaxPayload));
-  }
-  const size_t chars = FrameChars(*length);
-  if (auto broken = BrokenOff(chars)) return broken;
-  if (pending_.size() < chars) return std::nullopt;
-  Request request = Take(Request::Kind::kFrame, chars, "");
-  ReadFields(&request);
-  return request;
-}
-
-std::optional<Request> RequestScanner::Incomplete() const {
-  if (pending_.empty()) return std::nullopt;
-  Request request;
-  request.text = pending_;
-  request.problem = BrokeOff(pending_);
+  request.kind = is_frame ? Request::Kind::kFrame : Request::Kind::kSelector;
+  request.text = Take(pending, wanted);
+  if (is_frame) ReadFields(&request);
   return request;
 }
 

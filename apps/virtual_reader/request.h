@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "virtual_reader/bytes.h"
 
@@ -13,13 +12,12 @@ namespace corvex::vreader {
 
 constexpr uint8_t kFrameMarker = 0x16;
 constexpr char kStartMark = '~';
-constexpr char kEscape = '\x1B';
 
 struct Request {
   enum class Kind {
-    kFrame,     // has its full length, so the reader can answer it
-    kSelector,  // for the switch box in front of the reader
     kNoise,     // no frame, or one that broke off: nothing to answer
+    kSelector,  // for the switch box in front of the reader
+    kFrame,     // has its full length, so the reader can answer it
   };
   Kind kind = Kind::kNoise;
   std::string text;     // as it came over the line
@@ -31,27 +29,12 @@ struct Request {
   std::string Error() const { return Printable(text) + ": " + problem; }
 };
 
-class RequestScanner {
- public:
-  void Feed(std::string_view received) { pending_ += received; }
+// Takes the next request out of what came over the line; nothing while it is
+// incomplete.
+std::optional<Request> TakeRequest(std::string* pending);
 
-  // The next whole request; nothing while one is incomplete.
-  std::optional<Request> Next();
-
-  // What an incomplete request amounts to when no more of it comes. Does not
-  // take it out.
-  std::optional<Request> Incomplete() const;
-  void DropIncomplete() { pending_.clear(); }
-
- private:
-  Request Take(Request::Kind kind, size_t length, std::string problem);
-  std::optional<Request> NextSelector();
-  std::optional<Request> NextFrame();
-  Request NextNoise();
-  std::optional<Request> BrokenOff(size_t length);
-
-  std::string pending_;
-};
+// What the beginning of a request amounts to when no more of it comes.
+Request BrokenOff(std::string text);
 
 }  // namespace corvex::vreader
 

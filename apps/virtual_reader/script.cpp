@@ -1,279 +1,234 @@
 #include "virtual_reader/script.h"
 
-#include <functional>
-#include <limits>
-#include <map>
+#include <algorithm>
 #include <stdexcept>
-
-#include "virtual_reader/text.h"
 
 namespace corvex::vreader {
 namespace {
 
-using Words = std::vector<std::string>;
-
-// What is wrong with a command; becomes one of the script's errors.
-class ScriptError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-[[noreturn]] void Fail(const std::string& token, const std::string& problem) {
-  throw ScriptError("'" + token + "': " + problem);
-}
-
-uint32_t Number(const std::string& token, uint32_t least, uint32_t most) {
-  const auto value = ParseNumber(token);
-  if (!value || *value < least || *value > most) {
-    Fail(token, "expected a number from " + std::to_string(least) + " to " +
-                    std::to_string(most));
-  }
-  return *value;
-}
-
 constexpr uint32_t kMaxTime = 24 * 3600 * 1000;
 constexpr uint32_t kMaxCount = 1000000;
 
-std::chrono::milliseconds Milliseconds(const std::string& token) {
-  return std::chrono::milliseconds(Number(token, 0, kMaxTime));
+[[noreturn]] void Fail(const std::string& token, const std::string& problem) {
+  throw std::invalid_argument("'" + token + "': " + problem);
 }
 
-uint8_t Byte(const std::string& token) {
-  return static_cast<uint8_t>(Number(token, 0, 0xFF));
-}
-
-// The words behind a command's name, taken one by one.
-class Arguments {
+// A command's name, and the words behind it taken one by one.
+class Words {
  public:
-  Arguments(std::string command, Words words)
-      : command_(std::move(command)), words_(std::move(words)) {}
+  explicit Words(std::vector<std::string> words) : words_(std::move(words)) {}
 
+  const std::string& Name() const { return words_[0]; }
   bool Empty() const { return next_ == words_.size(); }
-  const std::string& Take(const char* what) {
-    if (Empty()) Fail(command_, std::string("needs ") + what);
+
+  const std::string& Take(const std::string& what) {
+    if (Empty()) Fail(Name(), "needs " + what);
     return words_[next_++];
   }
+  uint32_t TakeNumber(const char* what, uint32_t least, uint32_t most) {
+    const std::string& token = Take(what);
+    const auto value = ParseNumber(token);
+    if (!value || *value < least || *value > most) {
+      Fail(token, "expected a number from " + std::to_string(least) + " to " +
+                      std::to_string(most));
+    }
+    return *value;
+  }
+  int TakeCount(const char* what) {
+    return static_cast<int>(TakeNumber(what, 1, kMaxCount));
+  }
   void ExpectEnd() const {
-    if (!Empty()) Fail(words_[next_], "not expected after " + command_);
+    if (!Empty()) Fail(words_[next_], "not expected after " + Name());
   }
 
  private:
-  std::string command_;
-  Words words_;
-  size_t next_ = 0;
+  std::vector<std::string> words_;
+  size_t next_ = 1;
 };
 
-int Tally::*Counter(std::string token) {
-  static const std::map<std::string, int Tally::*> kCounters = {
-      {"request", &Tally::requests}, {"probe", &Tally::probes},
-      {"capture", &Tally::captures}, {"beep", &Tally::beeps},
-      {"led", &Tally::leds},         {"selector", &Tally::selectors}};
-  const std::string shown = token;
-  if (!token.empty() && token.back() == 's') token.pop_back();
-  const auto found = kCounters.find(token);
-  if (found == kCounters.end()) {
-    Fail(shown, "expected request, probe, capture, beep, led or selector");
+struct FaultKind {
+  std::string_view name;
+  Fault::Number Fault::*number;
+  const char* what;  // the number means; null: none is given
+  uint32_t most;
+};
+constexpr FaultKind kFaultKinds[] = {
+    {"silence", &Fault::silence, nullptr, 0},
+    {"lower", &Fault::lower_case, nullptr, 0},
+    {"delay", &Fault::delay, "milliseconds", kMaxTime},
+    {"dribble", &Fault::dribble, "milliseconds", kMaxTime},
+    {"truncate", &Fault::truncate_at, "a length", kMaxCount},
+    {"flip", &Fault::flip_at, "a position", kMaxCount},
+    {"double", &Fault::double_at, "a position", kMaxCount},
+    {"garbage", nullptr, "bytes in hexadecimal", 0},
+    {"mark", &Fault::mark, "a byte", 0xFF},
+    {"echo", &Fault::echo, "a byte", 0xFF},
+    {"status", &Fault::status, "a byte", 0xFF},
+    {"marker", &Fault::marker, "a byte", 0xFF},
+    {"length", &Fault::length, "a length", UINT32_MAX},
+    {"crc", &Fault::crc, "a check value", UINT32_MAX},
+    {"hang-up", &Fault::hang_up_at, "a length", kMaxCount},
+};
+
+void TakeFaultPart(Words* words, Fault* fault) {
+  const FaultKind* const kind = FindNamed(kFaultKinds, words->Name());
+  if (kind == nullptr) Fail(words->Name(), "no such fault");
+  if (kind->number == nullptr) {
+    const std::string& hex = words->Take(kind->what);
+    const auto bytes = FromHex(hex);
+    if (!bytes) Fail(hex, std::string("expected ") + kind->what);
+    fault->garbage.assign(bytes->begin(), bytes->end());
+  } else if (kind->what == nullptr ||
+             (words->Name() == "hang-up" && words->Empty())) {
+    fault->*kind->number = 0;
+  } else {
+    fault->*kind->number = words->TakeNumber(kind->what, 0, kind->most);
   }
-  return found->second;
-}
-
-WaitForStep TakeWaitFor(Arguments* arguments) {
-  const auto counter = Counter(arguments->Take("what to wait for"));
-  uint32_t count = 1;
-  if (!arguments->Empty()) {
-    count = Number(arguments->Take("a count"), 1, kMaxCount);
+  if (words->Name() == "flip" && !words->Empty()) {
+    fault->flip_bit = words->TakeNumber("a bit", 0, 7);
   }
-  return {counter, static_cast<int>(count)};
-}
-
-// What each fault's word does to the fault.
-using FaultPart = std::function<void(Fault*, Arguments*)>;
-
-const std::map<std::string, FaultPart>& FaultParts() {
-  static const std::map<std::string, FaultPart> kParts = {
-      {"silence", [](Fault* f, Arguments*) { f->silence = true; }},
-      {"lower", [](Fault* f, Arguments*) { f->lower_case = true; }},
-      {"delay",
-       [](Fault* f, Arguments* a) {
-         f->delay = Milliseconds(a->Take("milliseconds"));
-       }},
-      {"dribble",
-       [](Fault* f, Arguments* a) {
-         f->dribble = Milliseconds(a->Take("milliseconds"));
-       }},
-      {"truncate",
-       [](Fault* f, Arguments* a) {
-         f->truncate_at = Number(a->Take("a length"), 0, kMaxCount);
-       }},
-      {"flip",
-       [](Fault* f, Arguments* a) {
-         f->flip_at = Number(a->Take("a position"), 0, kMaxCount);
-         if (!a->Empty()) {
-           f->flip_bit = static_cast<int>(Number(a->Take("a bit"), 0, 7));
-         }
-       }},
-      {"double",
-       [](Fault* f, Arguments* a) {
-         f->double_at = Number(a->Take("a position"), 0, kMaxCount);
-       }},
-      {"garbage",
-       [](Fault* f, Arguments* a) {
-         const std::string& hex = a->Take("bytes in hexadecimal");
-         const auto bytes = FromHex(hex);
-         if (!bytes) Fail(hex, "expected bytes in hexadecimal");
-         f->garbage.assign(bytes->begin(), bytes->end());
-       }},
-      {"mark",
-       [](Fault* f, Arguments* a) { f->mark = Byte(a->Take("a byte")); }},
-      {"echo",
-       [](Fault* f, Arguments* a) { f->echo = Byte(a->Take("a byte")); }},
-      {"status",
-       [](Fault* f, Arguments* a) { f->status = Byte(a->Take("a byte")); }},
-      {"marker",
-       [](Fault* f, Arguments* a) { f->marker = Byte(a->Take("a byte")); }},
-      {"length",
-       [](Fault* f, Arguments* a) {
-         f->length = Number(a->Take("a length"), 0,
-                            std::numeric_limits<uint32_t>::max());
-       }},
-      {"crc",
-       [](Fault* f, Arguments* a) {
-         f->crc = Number(a->Take("a check value"), 0,
-                         std::numeric_limits<uint32_t>::max());
-       }},
-      {"hang-up",
-       [](Fault* f, Arguments* a) {
-         f->hang_up_at =
-             a->Empty() ? 0 : Number(a->Take("a length"), 0, kMaxCount);
-       }},
-  };
-  return kParts;
+  words->ExpectEnd();
 }
 
 // FAULT [+ FAULT ...] [on COMMAND]
-FaultStep TakeFault(Words words) {
-  FaultStep step;
+Fault ParseFault(std::vector<std::string> words) {
+  Fault fault;
   if (words.size() >= 2 && words[words.size() - 2] == "on") {
-    step.fault.only = FindCommand(words.back());
-    if (step.fault.only == nullptr) {
+    fault.only = FindCommand(words.back());
+    if (fault.only == nullptr) {
       Fail(words.back(),
            "expected version, speed, probe, capture, serial, led or beep");
     }
     words.resize(words.size() - 2);
   }
   words.push_back("+");
-  Words part;
-  for (std::string& word : words) {
-    if (word != "+") {
-      part.push_back(std::move(word));
-      continue;
-    }
-    if (part.empty()) Fail("+", "needs a fault on both sides");
-    const auto found = FaultParts().find(part[0]);
-    if (found == FaultParts().end()) Fail(part[0], "no such fault");
-    Arguments arguments(part[0], Words(part.begin() + 1, part.end()));
-    found->second(&step.fault, &arguments);
-    arguments.ExpectEnd();
-    part.clear();
+  for (auto part = words.begin(); part != words.end();) {
+    const auto end = std::find(part, words.end(), "+");
+    if (part == end) Fail("+", "needs a fault on both sides");
+    Words part_words({part, end});
+    TakeFaultPart(&part_words, &fault);
+    part = end + 1;
+  }
+  return fault;
+}
+
+struct Event {
+  std::string_view name;
+  int Tally::*counter;
+};
+constexpr Event kEvents[] = {
+    {"request", &Tally::requests}, {"probe", &Tally::probes},
+    {"capture", &Tally::captures}, {"beep", &Tally::beeps},
+    {"led", &Tally::leds},         {"selector", &Tally::selectors},
+};
+
+void TakeEvents(Words* words, const FingerBook&, Step* step) {
+  const std::string& token = words->Take("what to wait for");
+  const bool plural = token.back() == 's';
+  const Event* const event =
+      FindNamed(kEvents, token.substr(0, token.size() - (plural ? 1 : 0)));
+  if (event == nullptr) {
+    Fail(token, "expected request, probe, capture, beep, led or selector");
+  }
+  step->counter = event->counter;
+  step->count = words->Empty() ? 1 : words->TakeCount("a count");
+}
+
+void TakeTime(Words* words, const FingerBook&, Step* step) {
+  step->time =
+      std::chrono::milliseconds(words->TakeNumber("milliseconds", 0, kMaxTime));
+}
+
+void TakePress(Words* words, const FingerBook& book, Step* step) {
+  const std::string finger = words->Take("a finger");
+  const int impression = words->Empty() ? 0 : words->TakeCount("an impression");
+  if (!book.Find(finger, impression)) {
+    Fail(finger, "no such finger or impression");
+  }
+  step->act = [=](Device* d) { d->Press(finger, impression); };
+}
+
+void TakeVersion(Words* words, const FingerBook&, Step* step) {
+  Bytes version;
+  while (!words->Empty()) {
+    const uint32_t byte = words->TakeNumber("a byte", 0, 0xFF);
+    version.push_back(static_cast<uint8_t>(byte));
+  }
+  step->act = [=](Device* d) { d->SetVersion(version); };
+}
+
+void TakeSerial(Words* words, const FingerBook&, Step* step) {
+  const std::string& text = words->Take("a text");
+  const Bytes serial(text.begin(), text.end());
+  step->act = [=](Device* d) { d->SetSerial(serial); };
+}
+
+struct Verb {
+  std::string_view name;
+  void (*take)(Words*, const FingerBook&, Step*);  // null: no words follow
+  void (Device::*act)();  // null: nothing, or what `take` says
+};
+constexpr Verb kVerbs[] = {
+    {"press", TakePress, nullptr},       {"lift", nullptr, &Device::Lift},
+    {"hold", TakeEvents, &Device::Lift}, {"wait", TakeTime, nullptr},
+    {"wait-for", TakeEvents, nullptr},   {"version", TakeVersion, nullptr},
+    {"serial", TakeSerial, nullptr},     {"unplug", nullptr, &Device::Unplug},
+    {"quit", nullptr, &Device::Quit},
+};
+
+Step ParseCommand(const std::vector<std::string>& tokens,
+                  const FingerBook& book) {
+  Step step;
+  if (const Verb* const verb = FindNamed(kVerbs, tokens[0])) {
+    Words words(tokens);
+    if (verb->act != nullptr) step.act = std::mem_fn(verb->act);
+    if (verb->take != nullptr) verb->take(&words, book, &step);
+    words.ExpectEnd();
+  } else if (FindNamed(kFaultKinds, tokens[0]) != nullptr) {
+    const Fault fault = ParseFault(tokens);
+    step.act = [=](Device* d) { d->Arm(fault); };
+  } else {
+    Fail(tokens[0], "no such command");
   }
   return step;
-}
-
-PressStep TakePress(Arguments* arguments) {
-  PressStep step;
-  step.finger = arguments->Take("a finger");
-  if (!arguments->Empty()) {
-    step.impression = static_cast<int>(
-        Number(arguments->Take("an impression"), 1, kMaxCount));
-  }
-  return step;
-}
-
-using StepsOf = std::function<std::vector<Step>(Arguments*)>;
-
-const std::map<std::string, StepsOf>& StepKinds() {
-  using Steps = std::vector<Step>;
-  static const std::map<std::string, StepsOf> kKinds = {
-      {"press", [](Arguments* a) { return Steps{TakePress(a)}; }},
-      {"lift", [](Arguments*) { return Steps{LiftStep{}}; }},
-      {"hold",
-       [](Arguments* a) {
-         return Steps{TakeWaitFor(a), LiftStep{}};
-       }},
-      {"wait",
-       [](Arguments* a) {
-         return Steps{WaitStep{Milliseconds(a->Take("milliseconds"))}};
-       }},
-      {"wait-for", [](Arguments* a) { return Steps{TakeWaitFor(a)}; }},
-      {"version",
-       [](Arguments* a) {
-         VersionStep step;
-         while (!a->Empty()) step.version.push_back(Byte(a->Take("a byte")));
-         return Steps{step};
-       }},
-      {"serial",
-       [](Arguments* a) {
-         const std::string& text = a->Take("a text");
-         return Steps{SerialStep{Bytes(text.begin(), text.end())}};
-       }},
-      {"unplug", [](Arguments*) { return Steps{UnplugStep{}}; }},
-      {"quit", [](Arguments*) { return Steps{QuitStep{}}; }},
-  };
-  return kKinds;
-}
-
-std::vector<Step> ParseCommand(const Words& words) {
-  const auto kind = StepKinds().find(words[0]);
-  if (kind != StepKinds().end()) {
-    Arguments arguments(words[0], Words(words.begin() + 1, words.end()));
-    auto steps = kind->second(&arguments);
-    arguments.ExpectEnd();
-    return steps;
-  }
-  if (FaultParts().count(words[0]) == 0) Fail(words[0], "no such command");
-  return {TakeFault(words)};
-}
-
-void ParseLine(std::string_view line, const std::string& where,
-               Script* script) {
-  line = line.substr(0, line.find('#'));
-  for (const std::string_view command : Split(line, ';')) {
-    const Words words = SplitWords(command);
-    if (words.empty()) continue;
-    try {
-      for (Step& step : ParseCommand(words)) {
-        if (auto* press = std::get_if<PressStep>(&step)) press->where = where;
-        script->steps.push_back(std::move(step));
-      }
-    } catch (const ScriptError& error) {
-      script->errors.push_back(where + ": " + error.what());
-    }
-  }
 }
 
 }  // namespace
 
-Script ParseScript(std::string_view text, int first_line) {
+Script ParseScript(std::string_view text, const FingerBook& book,
+                   int first_line) {
   Script script;
-  int number = first_line;
-  for (const std::string_view line : Split(text, '\n')) {
-    ParseLine(line, "line " + std::to_string(number++), &script);
+  int number = first_line - 1;
+  for (const std::string& line : Split(text, '\n')) {
+    ++number;
+    for (const auto& command : Split(line.substr(0, line.find('#')), ';')) {
+      const auto tokens = SplitWords(command);
+      if (tokens.empty()) continue;
+      try {
+        script.steps.push_back(ParseCommand(tokens, book));
+      } catch (const std::invalid_argument& error) {
+        script.errors.push_back("line " + std::to_string(number) + ": " +
+                                error.what());
+      }
+    }
   }
   return script;
 }
 
-std::vector<std::string> FindMissing(const Script& script,
-                                     const FingerBook& book) {
-  std::vector<std::string> errors;
-  for (const Step& step : script.steps) {
-    const auto* press = std::get_if<PressStep>(&step);
-    if (press == nullptr || book.Find(press->finger, press->impression)) {
-      continue;
+void Timeline::Advance(Device* device, TimePoint now) {
+  for (; !steps_.empty(); steps_.pop_front()) {
+    const Step& step = steps_.front();
+    const int count = device->tally().*step.counter;
+    if (!waiting_) {
+      waiting_ = true;
+      goal_ = count + step.count;
+      if (step.time.count() > 0) due_ = now + step.time;
     }
-    errors.push_back(press->where + ": '" + press->finger +
-                     "': no such finger or impression");
+    if (count < goal_ || (due_ != TimePoint::max() && now < due_)) return;
+    waiting_ = false;
+    due_ = TimePoint::max();
+    if (step.act) step.act(device);
   }
-  return errors;
 }
 
 }  // namespace corvex::vreader

@@ -4,55 +4,56 @@
 #define APPS_VIRTUAL_READER_SCRIPT_H_
 
 #include <chrono>
+#include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 #include "virtual_reader/device.h"
 
 namespace corvex::vreader {
 
-struct PressStep {
-  std::string finger;
-  int impression = 0;  // 0: a new one at every capture
-  std::string where;   // for messages: "line 3"
-};
-struct LiftStep {};
-struct WaitStep {
-  std::chrono::milliseconds time;
-};
-struct WaitForStep {
-  int Tally::*counter;
-  int count;  // how many more
-};
-struct FaultStep {
-  Fault fault;
-};
-struct VersionStep {
-  Bytes version;
-};
-struct SerialStep {
-  Bytes serial;
-};
-struct UnplugStep {};
-struct QuitStep {};
+using TimePoint = std::chrono::steady_clock::time_point;
 
-using Step = std::variant<PressStep, LiftStep, WaitStep, WaitForStep, FaultStep,
-                          VersionStep, SerialStep, UnplugStep, QuitStep>;
+// Waits until the time has passed and the events have happened, then acts.
+struct Step {
+  std::chrono::milliseconds time{0};
+  int Tally::*counter = &Tally::requests;
+  int count = 0;  // how many more
+  std::function<void(Device*)> act;
+};
 
 struct Script {
   std::vector<Step> steps;
   std::vector<std::string> errors;  // each names its line and token
 };
 
-// Lines count from `first_line`. Steps of faultless commands are kept even
-// when others have errors.
-Script ParseScript(std::string_view text, int first_line = 1);
+// Lines count from `first_line`. To press a finger that the book does not hold
+// is an error.
+Script ParseScript(std::string_view text, const FingerBook& book,
+                   int first_line = 1);
 
-// An error for every press of a finger that the book does not hold.
-std::vector<std::string> FindMissing(const Script& script,
-                                     const FingerBook& book);
+// Carries scripts out: each step begins once those before it are done.
+class Timeline {
+ public:
+  void Append(const std::vector<Step>& steps) {
+    steps_.insert(steps_.end(), steps.begin(), steps.end());
+  }
+
+  // Carries out every step that is due; called after each request, when time
+  // has passed and when steps were added.
+  void Advance(Device* device, TimePoint now);
+
+  // When the wait in progress ends; never, unless it is one for time.
+  TimePoint Due() const { return due_; }
+
+ private:
+  std::deque<Step> steps_;
+  bool waiting_ = false;  // for the first of them, to these ends
+  TimePoint due_ = TimePoint::max();
+  int goal_ = 0;
+};
 
 }  // namespace corvex::vreader
 

@@ -1,25 +1,89 @@
-#include "virtual_reader/synthetic_finger.h"
-
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
-#include "virtual_reader/angle.h"
+#include "virtual_reader/fingers.h"
 #include "virtual_reader/random.h"
 
 namespace corvex::vreader {
 namespace {
 
+// Angles are whole degrees, counter-clockwise, in integer arithmetic only, so
+// that every machine gets the same result.
+constexpr int kDegrees = 360;
+constexpr int kUnit = 1 << 20;  // what sine and cosine are scaled by
+
+// Turns a unit vector by one degree at a time, with 30 fractional bits.
+constexpr std::array<int, kDegrees> MakeSines() {
+  constexpr int64_t kSineOfOne = 18739379;      // of one degree
+  constexpr int64_t kCosineOfOne = 1073578288;  // likewise
+  constexpr int kBits = 30;
+  constexpr int kSpareBits = 10;  // 20 are kept
+  std::array<int, kDegrees> sines{};
+  int64_t x = int64_t{1} << kBits;
+  int64_t y = 0;
+  for (int& sine : sines) {
+    sine = static_cast<int>((y + (1 << (kSpareBits - 1))) >> kSpareBits);
+    const int64_t turned = (x * kCosineOfOne - y * kSineOfOne) >> kBits;
+    y = (y * kCosineOfOne + x * kSineOfOne) >> kBits;
+    x = turned;
+  }
+  return sines;
+}
+constexpr std::array<int, kDegrees> kSines = MakeSines();
+
+// 0 to 359.
+int WholeTurn(int degrees) {
+  return (degrees % kDegrees + kDegrees) % kDegrees;
+}
+
+int Sine(int degrees) {
+  return kSines[static_cast<size_t>(WholeTurn(degrees))];
+}
+
+int Cosine(int degrees) { return Sine(degrees + 90); }
+
+struct Point {
+  int x, y;
+};
+
+// Of the vector between two points, 0 to 359, y upwards; 0 for none.
+int Direction(Point from, Point to) {
+  // The direction is the one in which the vector reaches farthest.
+  int best = 0;
+  int64_t farthest = 0;
+  for (int degrees = 0; degrees < kDegrees; ++degrees) {
+    const int64_t reach = int64_t{to.x - from.x} * Cosine(degrees) +
+                          int64_t{to.y - from.y} * Sine(degrees);
+    if (reach > farthest) {
+      farthest = reach;
+      best = degrees;
+    }
+  }
+  return best;
+}
+
+// An ellipse around the origin.
+struct Area {
+  int half_width, half_height;
+
+  bool Holds(Point p) const {
+    const int64_t a = int64_t{p.x} * half_height;
+    const int64_t b = int64_t{p.y} * half_width;
+    const int64_t limit = int64_t{half_width} * half_height;
+    return a * a + b * b <= limit * limit;
+  }
+};
+
 // Of a finger, in the record's units; the skin's middle is the origin and y
 // points upwards.
-constexpr int kHalfWidth = 82;
-constexpr int kHalfHeight = 108;
+constexpr Area kSkin{82, 108};
 constexpr int kMinutiae = 48;
 constexpr int kSpacing = 12;  // at least, between two minutiae
 
 // Of a press.
-constexpr int kPressHalfWidth = 78;
-constexpr int kPressHalfHeight = 100;
+constexpr Area kPressed{78, 100};
 constexpr int kShiftX = 16;
 constexpr int kShiftY = 20;
 constexpr int kTurn = 20;    // degrees
@@ -38,39 +102,25 @@ constexpr uint8_t kFormatTag = 0x12;
 constexpr uint8_t kPlainHeader = 0x00;
 
 struct Minutia {
-  int x = 0;
-  int y = 0;
-  int direction = 0;
-  int weight = 0;
-  bool bifurcation = false;
-  int auxiliary = 0;
+  Point place;
+  int direction;
+  int weight;
+  bool bifurcation;
+  int auxiliary;
 };
-
-struct Point {
-  int x, y;
-};
-
-bool InEllipse(int x, int y, int half_width, int half_height) {
-  const int64_t a = int64_t{x} * half_height;
-  const int64_t b = int64_t{y} * half_width;
-  const int64_t limit = int64_t{half_width} * half_height;
-  return a * a + b * b <= limit * limit;
-}
 
 // Where the ridges bend: they turn by 180 degrees around a core, and by as
 // much the other way around a delta.
 struct Ridges {
   std::vector<Point> cores;
   std::vector<Point> deltas;
-  int slope = 0;
+  int slope;
 
   // 0 to 179.
-  int DirectionAt(int x, int y) const {
+  int DirectionAt(Point place) const {
     int twice = 2 * slope;
-    for (const Point& core : cores) twice += Direction(x - core.x, y - core.y);
-    for (const Point& delta : deltas) {
-      twice -= Direction(x - delta.x, y - delta.y);
-    }
+    for (const Point& core : cores) twice += Direction(core, place);
+    for (const Point& delta : deltas) twice -= Direction(delta, place);
     return WholeTurn(twice) / 2;
   }
 };
@@ -78,51 +128,48 @@ struct Ridges {
 Ridges DrawRidges(Random* random) {
   constexpr int kArches = 8;  // percent of fingers
   constexpr int kWhorls = 30;
-  Ridges ridges;
-  ridges.slope = random->Jitter(12);
+  const int slope = random->Jitter(12);
   const int kind = random->Between(1, 100);
   const Point core{random->Jitter(12), 10 + random->Jitter(15)};
   const int side = random->Chance(50) ? 1 : -1;
   const Point delta{side * random->Between(45, 75), -70 + random->Jitter(15)};
+  Ridges ridges{{core}, {delta}, slope};
   if (kind <= kArches) {
-    ridges.cores = {core};
     ridges.deltas = {{core.x + random->Jitter(4), core.y - 30}};
   } else if (kind <= kArches + kWhorls) {
-    ridges.cores = {
-        core, {core.x + random->Jitter(8), core.y - random->Between(12, 30)}};
-    ridges.deltas = {delta, {-delta.x + random->Jitter(10), delta.y}};
-  } else {
-    ridges.cores = {core};
-    ridges.deltas = {delta};
+    ridges.cores.push_back(
+        {core.x + random->Jitter(8), core.y - random->Between(12, 30)});
+    ridges.deltas.push_back({-delta.x + random->Jitter(10), delta.y});
   }
   return ridges;
 }
 
-bool IsClear(const std::vector<Minutia>& minutiae, int x, int y) {
-  return std::none_of(minutiae.begin(), minutiae.end(), [&](const Minutia& m) {
-    const int dx = m.x - x;
-    const int dy = m.y - y;
-    return dx * dx + dy * dy < kSpacing * kSpacing;
-  });
-}
-
-// A place in the ellipse that keeps its distance from the others.
-Point DrawPlace(const std::vector<Minutia>& minutiae, int half_width,
-                int half_height, Random* random) {
+// A place in the area that keeps its distance from the others.
+Point DrawPlace(const std::vector<Minutia>& others, const Area& area,
+                Random* random) {
   while (true) {
-    const int x = random->Between(-half_width, half_width);
-    const int y = random->Between(-half_height, half_height);
-    if (InEllipse(x, y, half_width, half_height) && IsClear(minutiae, x, y)) {
-      return {x, y};
+    const Point drawn{random->Between(-area.half_width, area.half_width),
+                      random->Between(-area.half_height, area.half_height)};
+    const auto is_near = [&](const Minutia& m) {
+      const int dx = m.place.x - drawn.x;
+      const int dy = m.place.y - drawn.y;
+      return dx * dx + dy * dy < kSpacing * kSpacing;
+    };
+    if (area.Holds(drawn) &&
+        std::none_of(others.begin(), others.end(), is_near)) {
+      return drawn;
     }
   }
 }
 
 // A ridge ends, or forks, towards either side.
-int DrawDirection(const Ridges& ridges, Point place, Random* random) {
+Minutia DrawMinutia(Point place, const Ridges& ridges, int least_weight,
+                    int most_weight, Random* random) {
   const int side = random->Chance(50) ? 180 : 0;
-  return WholeTurn(ridges.DirectionAt(place.x, place.y) + side +
-                   random->Jitter(12));
+  const int direction =
+      WholeTurn(ridges.DirectionAt(place) + side + random->Jitter(12));
+  return {place, direction, random->Between(least_weight, most_weight),
+          random->Chance(40), random->Between(0, 100)};
 }
 
 struct Finger {
@@ -134,18 +181,10 @@ Finger DrawFinger(uint32_t number) {
   Random random(uint64_t{number} << 32);
   Finger finger;
   finger.ridges = DrawRidges(&random);
-  const int count = kMinutiae + random.Jitter(4);
-  for (int i = 0; i < count; ++i) {
-    const Point place =
-        DrawPlace(finger.minutiae, kHalfWidth, kHalfHeight, &random);
-    Minutia minutia;
-    minutia.x = place.x;
-    minutia.y = place.y;
-    minutia.direction = DrawDirection(finger.ridges, place, &random);
-    minutia.weight = random.Between(45, 95);
-    minutia.bifurcation = random.Chance(40);
-    minutia.auxiliary = random.Between(0, 100);
-    finger.minutiae.push_back(minutia);
+  for (int left = kMinutiae + random.Jitter(4); left > 0; --left) {
+    const Point place = DrawPlace(finger.minutiae, kSkin, &random);
+    finger.minutiae.push_back(
+        DrawMinutia(place, finger.ridges, 45, 95, &random));
   }
   return finger;
 }
@@ -155,59 +194,43 @@ struct Pose {
   int turn, stretch_x, stretch_y, shear, shift_x, shift_y;
 };
 
-Pose DrawPose(Random* random) {
-  return {random->Jitter(kTurn),    random->Jitter(kStretch),
-          random->Jitter(kStretch), random->Jitter(kStretch),
-          random->Jitter(kShiftX),  random->Jitter(kShiftY)};
-}
-
-void Place(const Pose& pose, Minutia* m) {
-  const int x = m->x + (m->x * pose.stretch_x + m->y * pose.shear) / 100;
-  const int y = m->y + m->y * pose.stretch_y / 100;
-  m->x = (x * Cosine(pose.turn) - y * Sine(pose.turn)) / kUnit + pose.shift_x;
-  m->y = (x * Sine(pose.turn) + y * Cosine(pose.turn)) / kUnit + pose.shift_y;
+void Move(const Pose& pose, Minutia* m) {
+  const auto [old_x, old_y] = m->place;
+  const int x = old_x + (old_x * pose.stretch_x + old_y * pose.shear) / 100;
+  const int y = old_y + old_y * pose.stretch_y / 100;
+  const int sine = Sine(pose.turn);
+  const int cosine = Cosine(pose.turn);
+  m->place = {(x * cosine - y * sine) / kUnit + pose.shift_x,
+              (x * sine + y * cosine) / kUnit + pose.shift_y};
   m->direction = WholeTurn(m->direction + pose.turn);
 }
 
 int Percent(int value) { return std::clamp(value, 0, 100); }
 
 void Blur(Minutia* m, Random* random) {
-  m->x += random->Jitter(kPlaceJitter);
-  m->y += random->Jitter(kPlaceJitter);
+  m->place.x += random->Jitter(kPlaceJitter);
+  m->place.y += random->Jitter(kPlaceJitter);
   m->direction = WholeTurn(m->direction + random->Jitter(kDirectionJitter));
   m->weight = Percent(m->weight + random->Jitter(kWeightJitter));
   m->auxiliary = Percent(m->auxiliary + random->Jitter(kWeightJitter));
   if (random->Chance(kWrongKind)) m->bifurcation = !m->bifurcation;
 }
 
-bool IsPressed(const Minutia& m) {
-  return InEllipse(m.x, m.y, kPressHalfWidth, kPressHalfHeight);
-}
-
-Minutia DrawSpurious(const std::vector<Minutia>& seen, const Pose& pose,
-                     const Ridges& ridges, Random* random) {
-  const Point place =
-      DrawPlace(seen, kPressHalfWidth, kPressHalfHeight, random);
-  Minutia m;
-  m.x = place.x;
-  m.y = place.y;
-  m.direction = WholeTurn(DrawDirection(ridges, place, random) + pose.turn);
-  m.weight = random->Between(20, 60);
-  m.bifurcation = random->Chance(40);
-  m.auxiliary = random->Between(0, 100);
-  return m;
-}
-
 std::vector<Minutia> Press(const Finger& finger, Random* random) {
-  const Pose pose = DrawPose(random);
+  const Pose pose{random->Jitter(kTurn),    random->Jitter(kStretch),
+                  random->Jitter(kStretch), random->Jitter(kStretch),
+                  random->Jitter(kShiftX),  random->Jitter(kShiftY)};
   std::vector<Minutia> seen;
   for (Minutia m : finger.minutiae) {
-    Place(pose, &m);
+    Move(pose, &m);
     Blur(&m, random);
-    if (!random->Chance(kMissed) && IsPressed(m)) seen.push_back(m);
+    if (!random->Chance(kMissed) && kPressed.Holds(m.place)) seen.push_back(m);
   }
   for (int left = random->Between(0, kMostSpurious); left > 0; --left) {
-    seen.push_back(DrawSpurious(seen, pose, finger.ridges, random));
+    const Point place = DrawPlace(seen, kPressed, random);
+    Minutia spurious = DrawMinutia(place, finger.ridges, 20, 60, random);
+    spurious.direction = WholeTurn(spurious.direction + pose.turn);
+    seen.push_back(spurious);
   }
   if (seen.size() > kMostMinutiae) seen.resize(kMostMinutiae);
   return seen;
@@ -219,8 +242,8 @@ void AppendMinutia(const Minutia& m, Bytes* record) {
   const int word = m.direction | m.weight << kWeightShift;
   const int kind = m.auxiliary | (m.bifurcation ? kKindBit : 0);
   // The record's y points downwards.
-  for (const int byte :
-       {kCentre + m.x, kCentre - m.y, word & 0xFF, word >> 8, kind}) {
+  for (const int byte : {kCentre + m.place.x, kCentre - m.place.y, word & 0xFF,
+                         word >> 8, kind}) {
     record->push_back(static_cast<uint8_t>(byte));
   }
 }
@@ -233,7 +256,8 @@ Bytes SyntheticRecord(uint32_t finger, uint32_t impression) {
   // Found from top to bottom.
   std::sort(minutiae.begin(), minutiae.end(),
             [](const Minutia& a, const Minutia& b) {
-              return a.y != b.y ? a.y > b.y : a.x < b.x;
+              return std::pair(-a.place.y, a.place.x) <
+                     std::pair(-b.place.y, b.place.x);
             });
   Bytes record = {kFormatTag, kPlainHeader,
                   static_cast<uint8_t>(minutiae.size())};

@@ -24,68 +24,41 @@ constexpr milliseconds kBreakOffSilence{500};
 constexpr milliseconds kQueryPatience{2000};
 constexpr milliseconds kHangUpPatience{1000};
 
-int NewEvent() { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); }
-
-void Signal(const Descriptor& event) {
-  const uint64_t one = 1;
-  [[maybe_unused]] const ssize_t n = write(event.Get(), &one, sizeof one);
-}
-
-uint64_t TakeSignals(const Descriptor& event) {
-  uint64_t count = 0;
-  return read(event.Get(), &count, sizeof count) == sizeof count ? count : 0;
-}
-
-int RoundUpToMilliseconds(steady_clock::duration time) {
-  const auto ms = std::chrono::ceil<milliseconds>(time).count();
-  return static_cast<int>(std::clamp<int64_t>(ms, 0, 3600000));
-}
-
 }  // namespace
 
-VirtualReader::Exchange& VirtualReader::Exchange::Reply(std::string text) {
-  const std::lock_guard<std::mutex> lock(reader_->mutex_);
-  reader_->canned_[request_].pieces.push_back({wait_, std::move(text)});
-  wait_ = microseconds(0);
-  return *this;
-}
-
-VirtualReader::Exchange& VirtualReader::Exchange::Wait(milliseconds time) {
-  wait_ += time;
-  return *this;
-}
-
-VirtualReader::Exchange& VirtualReader::Exchange::HangUp() {
-  const std::lock_guard<std::mutex> lock(reader_->mutex_);
-  reader_->canned_[request_].hangs_up = true;
+VirtualReader::Exchange& VirtualReader::Exchange::Reply(
+    const std::string& text) {
+  const Lock lock(reader_->mutex_);
+  reader_->canned_[request_] += text;
   return *this;
 }
 
 VirtualReader::VirtualReader(Options options)
     : options_(std::move(options)),
       start_(steady_clock::now()),
-      stop_(NewEvent()),
-      sync_(NewEvent()),
-      port_name_(terminal_.Name()),
+      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       device_(options_.version,
               Bytes(options_.serial.begin(), options_.serial.end()),
               options_.fingers),
       thread_([this] { Serve(); }) {}
 
 VirtualReader::~VirtualReader() {
-  Signal(stop_);
+  {
+    const Lock lock(mutex_);
+    stopping_ = true;
+    changed_.notify_all();
+  }
+  eventfd_write(wake_.Get(), 1);
   thread_.join();
 }
 
 void VirtualReader::Run(std::string_view text, int first_line) {
-  const Script script = ParseScript(text, first_line);
-  if (!script.errors.empty()) {
-    throw std::invalid_argument(script.errors.front());
-  }
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto missing = FindMissing(script, device_.book());
-    if (!missing.empty()) throw std::invalid_argument(missing.front());
+    const Lock lock(mutex_);
+    const Script script = ParseScript(text, device_.book(), first_line);
+    if (!script.errors.empty()) {
+      throw std::invalid_argument(script.errors.front());
+    }
     timeline_.Append(script.steps);
     timeline_.Advance(&device_, steady_clock::now());
   }
@@ -93,30 +66,30 @@ void VirtualReader::Run(std::string_view text, int first_line) {
 }
 
 VirtualReader::Exchange VirtualReader::On(std::string request) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  canned_[request] = Delivery{};
-  return Exchange(this, std::move(request));
+  const Lock lock(mutex_);
+  canned_[request].clear();
+  return {this, std::move(request)};
 }
 
 void VirtualReader::AddRecord(const std::string& finger, int impression,
                               Bytes record) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const Lock lock(mutex_);
   device_.book().Add(finger, impression, std::move(record));
 }
 
 void VirtualReader::Press(Bytes record) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  device_.Press(std::move(record));
+  const Lock lock(mutex_);
+  device_.book().Add("", 1, std::move(record));
+  device_.Press("", 1);
 }
 
 void VirtualReader::Lift() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const Lock lock(mutex_);
   device_.Lift();
 }
 
 std::vector<Transfer> VirtualReader::Trace() const {
-  Settle();
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const Lock lock = Settle();
   return trace_;
 }
 
@@ -131,48 +104,24 @@ std::vector<std::string> VirtualReader::Requests() const {
 }
 
 std::vector<std::string> VirtualReader::Errors() const {
-  Settle();
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const Lock lock = Settle();
   std::vector<std::string> errors = errors_;
-  if (const auto rest = scanner_.Incomplete()) errors.push_back(rest->Error());
+  if (!pending_.empty()) errors.push_back(BrokenOff(pending_).Error());
   return errors;
 }
 
 Tally VirtualReader::Counts() const {
-  Settle();
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const Lock lock = Settle();
   return device_.tally();
 }
 
-char VirtualReader::Selector() const {
-  Settle();
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return device_.selector();
-}
-
-int VirtualReader::Speed() const {
-  Settle();
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return device_.speed();
-}
-
-bool VirtualReader::ScriptDone() const {
-  Settle();
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return timeline_.Idle();
-}
-
-termios VirtualReader::TerminalSettings() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return terminal_.Settings();
-}
-
-void VirtualReader::Settle() const {
-  std::unique_lock<std::mutex> lock(mutex_);
-  const uint64_t ticket = ++settle_wanted_;
-  Signal(sync_);
-  settled_.wait_for(lock, kQueryPatience,
-                    [&] { return settle_done_ >= ticket; });
+// Waits until what the host has written is taken in.
+VirtualReader::Lock VirtualReader::Settle() const {
+  Lock lock(mutex_);
+  const uint64_t query = ++queries_;
+  eventfd_write(wake_.Get(), 1);
+  changed_.wait_for(lock, kQueryPatience, [&] { return answered_ >= query; });
+  return lock;
 }
 
 void VirtualReader::Serve() {
@@ -180,176 +129,128 @@ void VirtualReader::Serve() {
   sigset_t all;
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, nullptr);
-  uint64_t owed = 0;
-  while (WaitForInput(&owed)) {
-    Receive();
-    Advance();
+  Lock lock(mutex_);
+  while (AwaitInput(&lock)) {
+    Receive(&lock);
+    timeline_.Advance(&device_, steady_clock::now());
+    if (ended_ || !device_.HasQuit()) continue;
+    AwaitHostRead(&lock);
+    ended_ = true;
+    if (device_.Unplugged()) terminal_.HangUp();
+    if (options_.on_end) options_.on_end();
   }
 }
 
-// How long nothing is due; negative when nothing ever is.
-int VirtualReader::PollTime() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  std::optional<TimePoint> due = timeline_.Due();
-  if (scanner_.Incomplete()) {
-    const TimePoint break_off = last_input_ + kBreakOffSilence;
-    due = due ? std::min(*due, break_off) : break_off;
+// Waits until something has come or is due; false when the thread shall end.
+// Queries that came before the poll are answered when it finds nothing to read.
+bool VirtualReader::AwaitInput(Lock* lock) {
+  const uint64_t queries = queries_;
+  TimePoint due = timeline_.Due();
+  if (!pending_.empty()) due = std::min(due, last_input_ + kBreakOffSilence);
+  const auto left =
+      std::chrono::ceil<milliseconds>(due - steady_clock::now()).count();
+  const auto timeout = queries > answered_ ? 0 : std::clamp(left, 0L, 3600000L);
+  pollfd fds[] = {{wake_.Get(), POLLIN, 0}, {terminal_.Master(), POLLIN, 0}};
+  lock->unlock();
+  const int ready = poll(fds, std::size(fds), static_cast<int>(timeout));
+  lock->lock();
+  eventfd_t count = 0;
+  if (ready > 0 && fds[0].revents != 0) eventfd_read(wake_.Get(), &count);
+  if (ready >= 0 && fds[1].revents == 0) {
+    answered_ = queries;
+    changed_.notify_all();
   }
-  return due ? RoundUpToMilliseconds(*due - steady_clock::now()) : -1;
+  return !stopping_;
 }
 
-// False when the thread shall end. `owed` counts the queries that wait until
-// the line is read empty: one that came before the poll has been served when
-// the poll finds nothing to read.
-bool VirtualReader::WaitForInput(uint64_t* owed) {
-  pollfd fds[] = {{stop_.Get(), POLLIN, 0},
-                  {sync_.Get(), POLLIN, 0},
-                  {terminal_.Master(), POLLIN, 0}};
-  if (poll(fds, std::size(fds), *owed > 0 ? 0 : PollTime()) < 0) return true;
-  if (fds[0].revents != 0) return false;
-  if (*owed > 0 && fds[2].revents == 0) {
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      settle_done_ += *owed;
-    }
-    *owed = 0;
-    settled_.notify_all();
-  }
-  if (fds[1].revents != 0) *owed += TakeSignals(sync_);
-  return true;
-}
-
-void VirtualReader::Receive() {
+void VirtualReader::Receive(Lock* lock) {
   char buffer[4096];
   const ssize_t n = read(terminal_.Master(), buffer, sizeof buffer);
   const TimePoint now = steady_clock::now();
-  std::unique_lock<std::mutex> lock(mutex_);
   if (n > 0) {
-    if (!scanner_.Incomplete()) request_start_ = now;
+    if (pending_.empty()) request_start_ = now;
     last_input_ = now;
-    scanner_.Feed({buffer, static_cast<size_t>(n)});
+    pending_.append(buffer, static_cast<size_t>(n));
   }
-  while (auto request = scanner_.Next()) {
-    lock.unlock();
-    Handle(std::move(*request));
-    lock.lock();
+  while (auto request = TakeRequest(&pending_)) {
+    Handle(std::move(*request), lock);
     request_start_ = steady_clock::now();
   }
-  const auto rest = scanner_.Incomplete();
-  if (rest && now - last_input_ >= kBreakOffSilence) {
-    scanner_.DropIncomplete();
-    Record(Transfer::Direction::kToReader, rest->text);
-    Report(*rest);
+  if (!pending_.empty() && now - last_input_ >= kBreakOffSilence) {
+    Handle(BrokenOff(std::exchange(pending_, "")), lock);
   }
 }
 
-void VirtualReader::Handle(Request request) {
-  const size_t chars = request.text.size();
+void VirtualReader::Handle(Request request, Lock* lock) {
+  Record(Transfer::Direction::kToReader, request.text);
+  const auto canned = canned_.find(request.text);
   Delivery delivery;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    Record(Transfer::Direction::kToReader, request.text);
-    delivery = Decide(&request);
-    if (!request.problem.empty()) Report(request);
-  }
-  delivery = Pace(std::move(delivery), options_.baud, chars);
-  Send(delivery, request_start_);
-}
-
-Delivery VirtualReader::Decide(Request* request) {
-  const auto canned = canned_.find(request->text);
   if (canned != canned_.end()) {
-    request->problem.clear();
-    return canned->second;
+    delivery.text = canned->second;
+  } else {
+    delivery = device_.Answer(&request);
+    if (!request.problem.empty()) {
+      errors_.push_back(request.Error());
+      if (options_.on_error) options_.on_error(errors_.back());
+    }
   }
-  const auto reply = device_.Answer(request);
-  if (!reply) return {};
-  const Fault fault = device_.TakeFault(*request);
-  return Deliver(FrameText(*reply, fault), fault);
-}
-
-void VirtualReader::Send(const Delivery& delivery, TimePoint started) {
-  TimePoint due = started;
-  std::string sent;
-  for (const Piece& piece : delivery.pieces) {
-    due += std::chrono::duration_cast<steady_clock::duration>(piece.wait);
-    if (!SleepUntil(due)) return;
-    Write(piece.text);
-    sent += piece.text;
-  }
-  if (delivery.hangs_up) AwaitHostRead();
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (!sent.empty()) Record(Transfer::Direction::kToHost, std::move(sent));
-  if (delivery.hangs_up) terminal_.HangUp();
+  Send(delivery, request.text.size(), lock);
   timeline_.Advance(&device_, steady_clock::now());
 }
 
-// False when the thread shall end.
-bool VirtualReader::SleepUntil(TimePoint due) const {
-  pollfd stop{stop_.Get(), POLLIN, 0};
-  while (stop.revents == 0) {
-    const auto left = due - steady_clock::now();
-    if (left.count() <= 0) return true;
-    const auto ns =
-        std::chrono::duration_cast<std::chrono::nanoseconds>(left).count();
-    const timespec wait{ns / 1000000000, ns % 1000000000};
-    ppoll(&stop, 1, &wait, nullptr);
+// At the line's speed; the reply begins when the request is through.
+void VirtualReader::Send(const Delivery& delivery, size_t request_chars,
+                         Lock* lock) {
+  const std::string_view text = delivery.text;
+  if (text.empty() && !delivery.hangs_up) return;
+  const microseconds each = CharacterTime(options_.baud);
+  const microseconds pause = each + delivery.dribble;
+  const size_t at_once = pause.count() > 0 ? 1 : text.size();
+  TimePoint due = request_start_ + delivery.delay +
+                  each * static_cast<int64_t>(request_chars);
+  if (!SleepUntil(due, lock)) return;
+  for (size_t at = 0; at < text.size(); at += at_once) {
+    due += pause;
+    if (!SleepUntil(due, lock)) return;
+    Write(text.substr(at, at_once), lock);
   }
-  return false;
+  if (delivery.hangs_up) AwaitHostRead(lock);
+  if (!text.empty()) Record(Transfer::Direction::kToHost, delivery.text);
+  if (delivery.hangs_up) terminal_.HangUp();
 }
 
-void VirtualReader::Write(std::string_view text) const {
+void VirtualReader::Write(std::string_view text, Lock* lock) {
   while (!text.empty()) {
     const ssize_t n = write(terminal_.Master(), text.data(), text.size());
     if (n > 0) {
       text.remove_prefix(static_cast<size_t>(n));
-      continue;
+    } else if (errno != EAGAIN ||  // else the host does not read
+               !SleepUntil(steady_clock::now() + milliseconds(1), lock)) {
+      return;
     }
-    if (errno != EAGAIN) return;
-    // A host that does not read: wait, but not past the reader's own end.
-    pollfd fds[] = {{stop_.Get(), POLLIN, 0}, {terminal_.Master(), POLLOUT, 0}};
-    poll(fds, std::size(fds), -1);
-    if (fds[0].revents != 0) return;
   }
+}
+
+// False when the thread shall end.
+bool VirtualReader::SleepUntil(TimePoint due, Lock* lock) {
+  return !changed_.wait_until(*lock, due, [this] { return stopping_; });
 }
 
 // What was sent before a hang-up must reach the host: a hang-up drops it.
-void VirtualReader::AwaitHostRead() const {
+void VirtualReader::AwaitHostRead(Lock* lock) {
   const TimePoint give_up = steady_clock::now() + kHangUpPatience;
   while (terminal_.HostHasUnread() && steady_clock::now() < give_up &&
-         SleepUntil(steady_clock::now() + milliseconds(1))) {
+         SleepUntil(steady_clock::now() + milliseconds(1), lock)) {
   }
 }
 
-void VirtualReader::Advance() {
-  bool ending = false;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    timeline_.Advance(&device_, steady_clock::now());
-    ending = !ended_ && (timeline_.Unplugged() || timeline_.Quit());
-  }
-  if (ending) End();
-}
-
-void VirtualReader::End() {
-  AwaitHostRead();
-  const std::lock_guard<std::mutex> lock(mutex_);
-  ended_ = true;
-  if (timeline_.Unplugged()) terminal_.HangUp();
-  if (options_.on_end) options_.on_end();
-}
-
-void VirtualReader::Report(const Request& request) {
-  errors_.push_back(request.Error());
-  if (options_.on_error) options_.on_error(errors_.back());
-}
-
-void VirtualReader::Record(Transfer::Direction direction, std::string text) {
+void VirtualReader::Record(Transfer::Direction direction,
+                           const std::string& text) {
   const auto time =
       std::chrono::duration_cast<microseconds>(steady_clock::now() - start_);
-  Transfer transfer{direction, time, std::move(text)};
+  const Transfer transfer{direction, time, text};
   if (options_.on_transfer) options_.on_transfer(transfer);
-  if (options_.keeps_trace) trace_.push_back(std::move(transfer));
+  if (options_.keeps_trace) trace_.push_back(transfer);
 }
 
 }  // namespace corvex::vreader

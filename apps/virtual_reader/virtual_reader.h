@@ -23,10 +23,9 @@
 #include <thread>
 #include <vector>
 
-#include "virtual_reader/descriptor.h"
 #include "virtual_reader/device.h"
 #include "virtual_reader/pseudo_terminal.h"
-#include "virtual_reader/timeline.h"
+#include "virtual_reader/script.h"
 
 namespace corvex::vreader {
 
@@ -55,9 +54,7 @@ class VirtualReader {
   // without a reply is silence.
   class Exchange {
    public:
-    Exchange& Reply(std::string text);
-    Exchange& Wait(std::chrono::milliseconds time);  // before what follows
-    Exchange& HangUp();                              // after the last reply
+    Exchange& Reply(const std::string& text);
 
    private:
     friend class VirtualReader;
@@ -65,7 +62,6 @@ class VirtualReader {
         : reader_(reader), request_(std::move(request)) {}
     VirtualReader* reader_;
     std::string request_;
-    std::chrono::microseconds wait_{0};
   };
 
   explicit VirtualReader(Options options = {});
@@ -74,7 +70,7 @@ class VirtualReader {
   VirtualReader& operator=(const VirtualReader&) = delete;
 
   // The name below /dev, such as "pts/7".
-  const std::string& PortName() const { return port_name_; }
+  const std::string& PortName() const { return terminal_.Name(); }
 
   // Adds script lines behind those that are not done yet. Throws
   // std::invalid_argument, and adds none, when one has an error or names a
@@ -99,45 +95,44 @@ class VirtualReader {
   std::vector<std::string> Errors() const;
   Tally Counts() const;
   int Beeps() const { return Counts().beeps; }
-  char Selector() const;  // the switch box's letter; 0 when none came
-  int Speed() const;      // the speed index; -1 when none came
-  bool ScriptDone() const;
+  // The switch box's letter; 0 when none came.
+  char Selector() const { return Counts().selector; }
+  // The speed index; -1 when none came.
+  int Speed() const { return Counts().speed; }
 
   // The settings of the host's side of the line.
-  termios TerminalSettings() const;
+  termios TerminalSettings() const { return terminal_.Settings(); }
 
  private:
+  using Lock = std::unique_lock<std::mutex>;
+
+  Lock Settle() const;
+
+  // The thread's. It holds the lock, but not while it waits.
   void Serve();
-  bool WaitForInput(uint64_t* owed);
-  int PollTime() const;
-  void Receive();
-  void Handle(Request request);
-  Delivery Decide(Request* request);
-  void Send(const Delivery& delivery, TimePoint started);
-  bool SleepUntil(TimePoint due) const;
-  void Write(std::string_view text) const;
-  void AwaitHostRead() const;
-  void Advance();
-  void End();
-  void Report(const Request& request);
-  void Record(Transfer::Direction direction, std::string text);
-  void Settle() const;
+  bool AwaitInput(Lock* lock);
+  void Receive(Lock* lock);
+  void Handle(Request request, Lock* lock);
+  void Send(const Delivery& delivery, size_t request_chars, Lock* lock);
+  void Write(std::string_view text, Lock* lock);
+  bool SleepUntil(TimePoint due, Lock* lock);
+  void AwaitHostRead(Lock* lock);
+  void Record(Transfer::Direction direction, const std::string& text);
 
   const Options options_;
   const TimePoint start_;
-  const Descriptor stop_;  // eventfd: the thread shall end
-  const Descriptor sync_;  // eventfd: one for every Settle in progress
+  const Descriptor wake_;  // eventfd: a query or the end has come
   PseudoTerminal terminal_;
-  const std::string port_name_;
 
   mutable std::mutex mutex_;
-  mutable std::condition_variable settled_;
-  mutable uint64_t settle_wanted_ = 0;
-  uint64_t settle_done_ = 0;
+  mutable std::condition_variable changed_;  // answered_ or stopping_
+  mutable uint64_t queries_ = 0;
+  uint64_t answered_ = 0;  // of them
+  bool stopping_ = false;
   Device device_;
   Timeline timeline_;
-  std::map<std::string, Delivery> canned_;
-  RequestScanner scanner_;
+  std::map<std::string, std::string> canned_;
+  std::string pending_;  // the beginning of a request
   TimePoint request_start_;
   TimePoint last_input_;
   std::vector<Transfer> trace_;
