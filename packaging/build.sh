@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the Debian packages and checks them.
+# Builds the Debian packages and checks them; installs first what that takes.
 #
 #   packaging/build.sh amd64|arm64 [CMAKE_OPTION ...]
 #
@@ -19,6 +19,7 @@ case "${1-}" in
   arm64) preset=arm64 triplet=aarch64-linux-gnu machine=AArch64 ;;
   *) echo "usage: $0 amd64|arm64 [CMAKE_OPTION ...]" >&2; exit 2 ;;
 esac
+scripts/install-deps.sh packages
 build=build/packages-$1
 runtime=$(packaging/old-runtime.sh "$1")
 shift

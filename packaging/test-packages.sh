@@ -226,6 +226,7 @@ check_nothing_left() {
 }
 
 step "A clean system ($architecture)"
+"$here/../scripts/install-deps.sh" packages
 [ "$architecture" = "$(dpkg --print-architecture)" ] ||
   "$here/../scripts/emulate-arm64.sh"
 [ -d "$base" ] || make_base

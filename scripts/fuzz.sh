@@ -13,6 +13,7 @@ cd "$(dirname "$0")/.."
 readonly seconds=${1-60} jobs=${2-1}
 readonly out=$PWD/build/fuzz
 
+scripts/install-deps.sh fuzz
 cmake --preset fuzz -DMV_WERROR=ON >/dev/null
 cmake --build --preset fuzz --target fuzzers -- --quiet
 
