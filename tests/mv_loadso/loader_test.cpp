@@ -23,6 +23,7 @@ std::string LogTexts() {
 
 class Loader : public testing::Test {
  protected:
+  Loader() { LoadDriver(); }
   // Loads the driver, and with it what stands beside it.
   void LoadDriver() {
     site_.Load();
@@ -43,6 +44,7 @@ TEST_F(Loader, TheLibraryIsReadyOnceTheDriverIsLoadedAndUntilItIsFreed) {
   support::SwitchLogOn();
   site_.InstallDouble();
   site_.Script("version 7 -1 4 3 2 65535\ninit -3 5\n");
+  site_.Unload();
   LoadDriver();
   site_.RemoveLibrary();
   EXPECT_EQ(0, probe_->check());
@@ -77,7 +79,6 @@ TEST_F(Loader, InitialisationEndsWhenItMay) {
       {"init -2 -15 -1 -2", -120, "4次初始化算法库失败/停止尝试[-2]"},
       {"init -3", -120, "初始化算法库失败/未插设备[-120]"},
   };
-  LoadDriver();
   site_.InstallDouble();
   for (const auto& c : kCases) {
     site_.Script(c.script);
@@ -92,7 +93,6 @@ TEST_F(Loader, InitialisationEndsWhenItMay) {
 }
 
 TEST_F(Loader, AMissingEntryPointIsNamedAndTheNextCheckLoadsAnew) {
-  LoadDriver();
   for (const std::string symbol :
        {"MvViewVersn", "MvViewDinit", "MvViewDexit", "MvViewMinut",
         "MvViewMatch", "MvViewImMut", "MvViewDetct", "MvChckMinut",
@@ -112,7 +112,7 @@ TEST_F(Loader, AMissingEntryPointIsNamedAndTheNextCheckLoadsAnew) {
 
 TEST_F(Loader, WithoutANameOrAnInstanceItIsNotReady) {
   site_.InstallDouble();
-  LoadDriver();
+  EXPECT_EQ(0, probe_->check());
   EXPECT_EQ(-3, probe_->load(nullptr));
   EXPECT_TRUE(site_.IsMapped("libAlgoOrva64.so"));
   site_.Script("handle 0");
@@ -127,7 +127,6 @@ TEST_F(Loader, WhatIsNoWholeLibraryIsRefused) {
   site_.InstallDouble();
   const std::string whole = support::ReadFile("/tmp/site/libAlgoOrva64.so");
   site_.RemoveLibrary();
-  LoadDriver();
   EXPECT_EQ(-120, LoadAnew());
   std::string alien = whole;
   alien[18] = 8;  // another machine
@@ -152,7 +151,6 @@ TEST(LoaderPath, ADirectoryThatDoesNotFitCountsAsNone) {
 }
 
 TEST_F(Loader, ThreadsDoNotEachWaitForAFailureThatOneHasSeen) {
-  LoadDriver();
   site_.InstallDouble();
   site_.Script("init -15");
   std::vector<int32_t> results(8, 1);
