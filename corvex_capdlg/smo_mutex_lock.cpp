@@ -1,6 +1,5 @@
 #include "smo_mutex_lock.h"
 
-#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 

@@ -121,6 +121,7 @@ TEST_F(Channel, KeepsEachKindApartAndGivesTheMostUrgentFirst) {
   }
   EXPECT_EQ(0u, bytes_);
   PostImages("abc", 2, 0);
+  EXPECT_EQ("ab+", Taken());
   PostImages("xyz", 0, 3);  // the first one stays
   PostText("the longer first text");
   PostText("second");
@@ -224,11 +225,14 @@ TEST(BlockLock, HasOneHolderAtATimeAndCostsNoDescriptors) {
   holder.mutex_init("/tmp/lock", 0);
   EXPECT_EQ(0, holder.mutex_lock());
   EXPECT_EQ(0, holder.mutex_lock());  // does not wait for itself
+  const int free_file = dup(2);
+  close(free_file);
   EXPECT_FALSE(CanLock("/tmp/lock", 0));
   EXPECT_FALSE(CanLock("/none/lock", INT_MAX));
+  EXPECT_EQ(free_file, dup(2));
   EXPECT_EQ(0, holder.mutex_unlock());
-  EXPECT_TRUE(CanLock("/tmp/lock", 0));
   EXPECT_EQ(0, dup(2));
+  EXPECT_TRUE(CanLock("/tmp/lock", 0));
 }
 
 TEST(BlockLock, IsHadWhenItsHolderDiesWithinTheTimeout) {
@@ -247,6 +251,7 @@ TEST_F(Channel, CarriesEverythingToTheProgram) {
       cx_dlg_init(1, 30, fs::relative(program, here).c_str());
   ASSERT_GT(process, 0);
   EXPECT_TRUE(StandInNoted("start 10 1 30"));
+  EXPECT_EQ(CX_DLG_NOT_RUNNING, m_smo_opt.sm_app_running("cx_cap"));
   EXPECT_EQ(0, SendText(" 请您第一次按捺手指..."));
   EXPECT_TRUE(StandInNoted("text  请您第一次按捺手指..."));
   EXPECT_EQ(0, SendImages("abc", 3, nullptr, 0));
