@@ -17,18 +17,30 @@ namespace {
 
 constexpr int32_t kExitWaitMs = 3000;
 
-// A host may unload the library in mid session.
-struct StagingAtUnload {
-  ~StagingAtUnload() { free(m_smo_data); }
-};
-const StagingAtUnload g_staging_at_unload;
-
 bool m_binit = false;
 std::string m_dlgAppFile;
+bool g_has_ended = false;
+
+void Close() {
+  free(m_smo_data);
+  m_smo_data = nullptr;
+  m_binit = false;
+}
+
+// Ends before the objects above do. Later calls, of a host's own static objects
+// perhaps, find the channel closed.
+struct EndOfChannel {
+  ~EndOfChannel() {
+    Close();
+    g_has_ended = true;
+  }
+};
+const EndOfChannel g_end_of_channel;
 
 // Nothing throws across the exported boundary; what could is want of memory.
 template <typename Work>
-int32_t WithoutThrowing(Work work) {
+int32_t InChannel(Work work) {
+  if (g_has_ended) return CX_DLG_FAILED;
   try {
     return work();
   } catch (const std::exception&) {
@@ -56,8 +68,11 @@ int32_t Start(int32_t dlg_type, int32_t timeout, const char* path) {
   const int32_t process = m_smo_opt.sm_run_appfile(path);
   if (process < 0) {
     // One that comes up late, or cannot be seen for want of pgrep, must not
-    // stay on the screen.
-    m_smo_opt.sm_set_data(SMO_SET_QUIT, *m_smo_data);
+    // stay on the screen. Where there is no such program nothing was started,
+    // and the block may be another session's.
+    if (process != CX_DLG_NO_PROGRAM) {
+      m_smo_opt.sm_set_data(SMO_SET_QUIT, *m_smo_data);
+    }
     return process;
   }
   m_dlgAppFile = path;
@@ -122,16 +137,14 @@ int32_t cx_dlg_init(int32_t dlg_type, int32_t timeout, const char* path) {
   if (path == nullptr) return CX_DLG_BAD_ARGUMENT;
   if (m_binit) cx_dlg_uninit();
   const int32_t result =
-      WithoutThrowing([&] { return Start(dlg_type, timeout, path); });
+      InChannel([&] { return Start(dlg_type, timeout, path); });
   if (result < 0) cx_dlg_uninit();
   return result;
 }
 
 int32_t cx_dlg_uninit() {
-  const int32_t result = m_binit ? WithoutThrowing(Stop) : 0;
-  free(m_smo_data);
-  m_smo_data = nullptr;
-  m_binit = false;
+  const int32_t result = m_binit ? InChannel(Stop) : 0;
+  Close();
   return result;
 }
 
@@ -141,29 +154,28 @@ int32_t cx_dlg_send_data(int32_t kind, const void* data1, int32_t len1,
   if (!AreGoodArguments(kind, data1, len1, data2, len2)) {
     return CX_DLG_BAD_ARGUMENT;
   }
-  return WithoutThrowing([&] { return Send(kind, data1, len1, data2, len2); });
+  return InChannel([&] { return Send(kind, data1, len1, data2, len2); });
 }
 
 int32_t cx_dlg_recv_data(smo_data_t* item, uint32_t* bytes) {
   if (item == nullptr) return CX_DLG_BAD_ARGUMENT;
   memset(item, 0, sizeof *item);
-  const int32_t taken =
-      WithoutThrowing([&] { return m_smo_opt.sm_get_data(*item); });
+  const int32_t taken = InChannel([&] { return m_smo_opt.sm_get_data(*item); });
   if (taken >= 1 && bytes != nullptr) *bytes = sizeof *item;
   return taken;
 }
 
 int32_t cx_dlg_get_dlgtype() {
-  return WithoutThrowing([] { return m_smo_opt.sm_get_dlgtype(); });
+  return InChannel([] { return m_smo_opt.sm_get_dlgtype(); });
 }
 
 int32_t cx_dlg_get_timeout() {
-  return WithoutThrowing([] { return m_smo_opt.sm_get_timeout(); });
+  return InChannel([] { return m_smo_opt.sm_get_timeout(); });
 }
 
 int32_t cx_dlg_get_errinf(char* text) {
   if (text == nullptr) return CX_DLG_BAD_ARGUMENT;
-  const char* const reason = m_smo_opt.sm_get_errinf();
+  const char* const reason = g_has_ended ? "" : m_smo_opt.sm_get_errinf();
   const size_t len = strlen(reason);
   memcpy(text, reason, len + 1);
   return static_cast<int32_t>(len);

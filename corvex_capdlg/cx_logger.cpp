@@ -18,6 +18,12 @@ int64_t MonotonicMs() {
   return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
+int64_t ElapsedMs(int64_t& start_mark) {
+  const int64_t now = log_get_millisecond();
+  if (start_mark == 0) start_mark = now;
+  return now - start_mark;
+}
+
 // Not fread: a signal without SA_RESTART would end it early, and output that
 // is lost here reads as "the user has closed the window".
 std::string ReadAll(int file) {
@@ -48,15 +54,11 @@ int64_t log_get_millisecond() {
 }
 
 int64_t log_is_timeout_ms(int64_t& start_mark, int64_t timeout_ms) {
-  const int64_t now = log_get_millisecond();
-  if (start_mark == 0) start_mark = now;
-  return timeout_ms - (now - start_mark);
+  return timeout_ms - ElapsedMs(start_mark);
 }
 
 int64_t log_is_timeout(int64_t& start_mark, int64_t timeout_s) {
-  const int64_t now = log_get_millisecond();
-  if (start_mark == 0) start_mark = now;
-  return timeout_s - (now - start_mark) / 1000;
+  return timeout_s - ElapsedMs(start_mark) / 1000;
 }
 
 std::string log_get_app_path(int32_t part) {

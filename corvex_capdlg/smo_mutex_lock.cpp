@@ -1,6 +1,5 @@
 #include "smo_mutex_lock.h"
 
-#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -12,14 +11,6 @@
 namespace {
 
 constexpr useconds_t kRetryPauseUs = 10000;
-
-// 0 stands for "not held", and a host that closed its input would get it.
-int AvoidZero(int file) {
-  if (file != 0) return file;
-  const int other = fcntl(file, F_DUPFD_CLOEXEC, 1);
-  close(file);
-  return other;
-}
 
 int64_t WallClock(int64_t per_second) {
   timespec now{};
@@ -36,10 +27,7 @@ int32_t CxMutexCls::mutex_init(const char* name, int32_t timeout_ms) {
   return 0;
 }
 
-int32_t CxMutexCls::mutex_lock() {
-  mutex_unlock();
-  return priMutexLock_linux() < 0 ? -1 : 0;
-}
+int32_t CxMutexCls::mutex_lock() { return priMutexLock_linux() < 0 ? -1 : 0; }
 
 int32_t CxMutexCls::mutex_unlock() { return priMutexUnLock_linux(); }
 
@@ -48,7 +36,7 @@ int32_t CxMutexCls::mutex_uninit() { return 0; }
 int32_t CxMutexCls::priMutexLock_linux() {
   int32_t start_mark = 0;
   priMutexUnLock_linux();
-  const int file = AvoidZero(corvex::OpenLockFile(name_.c_str()));
+  const int file = corvex::OpenLockFile(name_.c_str());
   if (file < 0) return -1;
   while (flock(file, LOCK_EX | LOCK_NB) != 0) {
     const int reason = errno;
@@ -60,16 +48,15 @@ int32_t CxMutexCls::priMutexLock_linux() {
     }
     usleep(kRetryPauseUs);
   }
-  lock_file_ = static_cast<uint32_t>(file);
+  lock_file_ = file;
   return file;
 }
 
 int32_t CxMutexCls::priMutexUnLock_linux() {
-  if (lock_file_ == 0) return 0;
-  const int file = static_cast<int>(lock_file_);
-  flock(file, LOCK_UN | LOCK_NB);
-  close(file);
-  lock_file_ = 0;
+  if (lock_file_ < 0) return 0;
+  flock(lock_file_, LOCK_UN | LOCK_NB);
+  close(lock_file_);
+  lock_file_ = -1;
   return 0;
 }
 

@@ -29,7 +29,7 @@ class CxMutexCls {
     kNanoseconds = 3
   };
 
-  // The descriptor, or -1.
+  // Releases what is held first. The descriptor, or -1.
   int32_t priMutexLock_linux();
   int32_t priMutexUnLock_linux();
   // Time since the start mark by the wall clock, modulo the unit's period. A
@@ -42,7 +42,7 @@ class CxMutexCls {
   int32_t priMutexLock_win32() { return 0; }
   int32_t priMutexUnLock_win32() { return 0; }
 
-  uint32_t lock_file_ = 0;  // 0: not held
+  int32_t lock_file_ = -1;  // held while it is open
   int32_t timeout_ms_ = 0;
   void* win32_mutex_ = nullptr;   // of a Windows build; unused here
   void* win32_handle_ = nullptr;  // of a Windows build; unused here

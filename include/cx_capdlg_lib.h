@@ -19,6 +19,9 @@
  *  5. No call throws, and none ends the process, whatever the other side wrote
  *     into the block.
  *  6. A negative result is a code of CX_DLG_*; cx_dlg_get_errinf tells more.
+ *  7. The end of the process, or of the library in it, removes the block. Calls
+ *     after that, from static objects for example, find the channel closed:
+ *     cx_dlg_uninit does nothing, the others fail.
  */
 #ifndef CX_CAPDLG_LIB_H_
 #define CX_CAPDLG_LIB_H_
@@ -136,6 +139,8 @@ CX_API int32_t cx_dlg_send_data(int32_t kind, const void* data1, int32_t len1,
                                 const void* data2, int32_t len2);
 
 /* Take one item, if one is pending.
+ *
+ * Blocks up to 1 s for the other side to leave the block.
  *
  * item   out  caller's, not NULL: cleared whole, then the taken item's flag
  *             and fields; all of it zero when nothing was taken

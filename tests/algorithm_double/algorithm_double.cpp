@@ -7,19 +7,20 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/tab_file.h"
+
 #define ENTRY_POINT extern "C" __attribute__((visibility("default")))
 
 namespace {
+
+using Words = std::vector<std::string>;
 
 constexpr int32_t kRecordBytes = 1024;
 
@@ -34,72 +35,42 @@ std::string FileBesideMe(const char* suffix) {
 
 // The words after `key` in the script. Read at every call, so that a script
 // may be changed while the library is loaded.
-std::vector<std::string> Scripted(const std::string& key) {
+Words Scripted(const std::string& key) {
   std::ifstream script(FileBesideMe(".script"));
   for (std::string line; std::getline(script, line);) {
-    std::istringstream words(line);
-    std::string word;
-    if (!(words >> word) || word != key) continue;
-    std::vector<std::string> values;
-    while (words >> word) values.push_back(word);
-    return values;
+    std::istringstream text(line);
+    const Words words{std::istream_iterator<std::string>(text), {}};
+    if (!words.empty() && words[0] == key)
+      return {++words.begin(), words.end()};
   }
   return {};
 }
 
 // The i-th number after `key`; the last one stands for all that follow.
 int32_t Number(const char* key, int32_t otherwise, size_t i = 0) {
-  const std::vector<std::string> values = Scripted(key);
-  if (values.empty()) return otherwise;
-  return atoi(values[std::min(i, values.size() - 1)].c_str());
+  const Words words = Scripted(key);
+  if (words.empty()) return otherwise;
+  return atoi(words[std::min(i, words.size() - 1)].c_str());
 }
 
 void Delay(const char* key) {
   usleep(static_cast<useconds_t>(Number(key, 0)) * 1000);
 }
 
-__attribute__((format(printf, 1, 2))) void Record(const char* format, ...) {
-  FILE* const calls = fopen(FileBesideMe(".calls").c_str(), "a");
-  if (calls == nullptr) return;  // a directory that nobody may write
-  va_list args;
-  va_start(args, format);
-  vfprintf(calls, format, args);
-  va_end(args);
-  fclose(calls);
+// Takes one call, and nothing in a directory that nobody may write.
+std::ofstream Calls() {
+  return std::ofstream(FileBesideMe(".calls"), std::ios::app);
 }
 
 // In hex, without the zeros that fill its slot.
 std::string Hex(const uint8_t* record, int32_t size) {
   while (size > 0 && record[size - 1] == 0) --size;
-  std::string text;
-  for (int32_t i = 0; i < size; ++i) {
-    char byte[3];
-    snprintf(byte, sizeof byte, "%02X", record[i]);
-    text += byte;
-  }
-  return text;
+  return support::ToHex(record, static_cast<size_t>(size));
 }
 
 const char* HandleName(const void* handle) {
   if (handle == nullptr) return "null";
   return handle == &instance ? "mine" : "stranger";
-}
-
-// Writes the scripted template, or else the first capture.
-int32_t WriteTemplate(const uint8_t* captures, int32_t stride, uint8_t* out) {
-  const std::vector<std::string> scripted = Scripted("template");
-  if (scripted.empty()) {
-    const int32_t size = std::min(stride, kRecordBytes);
-    memcpy(out, captures, static_cast<size_t>(size));
-    return size;
-  }
-  const std::string& hex = scripted[0];
-  const size_t size = std::min<size_t>(hex.size() / 2, kRecordBytes);
-  for (size_t i = 0; i < size; ++i) {
-    out[i] =
-        static_cast<uint8_t>(strtol(hex.substr(2 * i, 2).c_str(), nullptr, 16));
-  }
-  return static_cast<int32_t>(size);
 }
 
 }  // namespace
@@ -111,7 +82,7 @@ ENTRY_POINT int32_t MvViewVersn(int32_t* first, int32_t* second,
   for (size_t i = 0; i < 4; ++i) {
     part[i] = static_cast<uint16_t>(Number("version", 0, 2 + i));
   }
-  Record("MvViewVersn\n");
+  Calls() << "MvViewVersn\n";
   return 0;
 }
 
@@ -119,12 +90,12 @@ ENTRY_POINT int32_t MvViewDinit(void** handle) {
   Delay("init_ms");
   const int32_t result = Number("init", 0, init_attempts++);
   if (result >= 0 && Number("handle", 1) != 0) *handle = &instance;
-  Record("MvViewDinit -> %d\n", result);
+  Calls() << "MvViewDinit -> " << result << '\n';
   return result;
 }
 
 ENTRY_POINT int32_t MvViewDexit(void* handle) {
-  Record("MvViewDexit %s\n", HandleName(handle));
+  Calls() << "MvViewDexit " << HandleName(handle) << '\n';
   return 0;
 }
 
@@ -132,30 +103,39 @@ ENTRY_POINT int32_t MvViewMatch(const uint8_t* first, const uint8_t* second,
                                 int32_t zero, int32_t also_zero) {
   Delay("match_ms");
   const int32_t score = Number("score", 60);
-  Record("MvViewMatch %s %s %d %d -> %d\n", Hex(first, kRecordBytes).c_str(),
-         Hex(second, kRecordBytes).c_str(), zero, also_zero, score);
+  Calls() << "MvViewMatch " << Hex(first, kRecordBytes) << ' '
+          << Hex(second, kRecordBytes) << ' ' << zero << ' ' << also_zero
+          << " -> " << score << '\n';
   return score;
 }
 
+// Gives the scripted template, or else the first capture.
 ENTRY_POINT int32_t OrvSynMinut(const uint8_t* captures, int32_t count,
                                 int32_t stride, uint8_t* tmpl,
                                 int32_t* tmpl_len, int32_t* best_index,
                                 int32_t zero, void* handle) {
   Delay("synth_ms");
-  std::string slots;
-  for (int32_t i = 0; i < count; ++i) {
-    slots += Hex(captures + i * stride, stride) + " ";
-  }
-  *tmpl_len = Number("length", WriteTemplate(captures, stride, tmpl));
+  const Words scripted = Scripted("template");
+  support::Bytes merged(captures, captures + stride);
+  if (!scripted.empty()) merged = support::FromHex(scripted[0]);
+  const int32_t size =
+      std::min(kRecordBytes, static_cast<int32_t>(merged.size()));
+  std::copy_n(merged.begin(), size, tmpl);
+  *tmpl_len = Number("length", size);
   *best_index = Number("best", 0);
   const int32_t score = Number("synth", 60);
-  Record("OrvSynMinut %s%d %d %d %s -> %d\n", slots.c_str(), count, stride,
-         zero, HandleName(handle), score);
+  std::ofstream calls = Calls();
+  calls << "OrvSynMinut ";
+  for (int32_t i = 0; i < count; ++i) {
+    calls << Hex(captures + i * stride, stride) << ' ';
+  }
+  calls << count << ' ' << stride << ' ' << zero << ' ' << HandleName(handle)
+        << " -> " << score << '\n';
   return score;
 }
 
 // Bound by the driver and never called.
-ENTRY_POINT void MvViewMinut() { Record("MvViewMinut\n"); }
-ENTRY_POINT void MvViewImMut() { Record("MvViewImMut\n"); }
-ENTRY_POINT void MvViewDetct() { Record("MvViewDetct\n"); }
-ENTRY_POINT void MvChckMinut() { Record("MvChckMinut\n"); }
+ENTRY_POINT void MvViewMinut() { Calls() << "MvViewMinut\n"; }
+ENTRY_POINT void MvViewImMut() { Calls() << "MvViewImMut\n"; }
+ENTRY_POINT void MvViewDetct() { Calls() << "MvViewDetct\n"; }
+ENTRY_POINT void MvChckMinut() { Calls() << "MvChckMinut\n"; }

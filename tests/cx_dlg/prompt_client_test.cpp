@@ -1,113 +1,76 @@
 #include "cx_dlg/prompt_client.h"
 
 #include <gtest/gtest.h>
-#include <sys/shm.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
-#include <cstring>
+#include <filesystem>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "corvex_capdlg/stand_in.h"
 #include "cx_capdlg_lib.h"
-#include "support/conditions.h"
-#include "support/temp_file.h"
+#include "cx_dlg/grey_bmp.h"
 
 namespace {
 
-using support::InstallStandIn;
-using support::StandIn;
 using support::StandInNoted;
+using Bytes = std::vector<uint8_t>;
+
+// What the log says, without stamps and lines.
+std::string LogTexts() {
+  static const std::regex kOrigin(R"(\S{12}  \[src/cx_dlg:\d+\] )");
+  return std::regex_replace(support::DayLog(), kOrigin, "");
+}
 
 class PromptClient : public testing::Test {
  protected:
-  // The client looks beside the driver's file; here that is this program's,
-  // where no prompt program stands, so the channel is started by hand.
-  static void OpenWindow() {
-    const std::string path = InstallStandIn("/tmp/a", StandIn::kObeys);
-    ASSERT_GT(cx_dlg_init(1, 30, path.c_str()), 0);
-  }
-  void TearDown() override { cx_uninit_fp_dlg(); }
+  PromptClient() { support::SwitchLogOn(); }
+  ~PromptClient() override { cx_uninit_fp_dlg(); }
 };
 
-TEST_F(PromptClient, WithoutTimeNothingIsStarted) {
-  support::SwitchLogOn();
+TEST_F(PromptClient, TheProgramIsSoughtBesideTheDriverWhileThereIsTime) {
   EXPECT_EQ(-1, cx_init_fp_dlg(0));
-  EXPECT_EQ(-1, cx_init_fp_dlg(-5));
-  EXPECT_EQ("", support::DayLog());
-  EXPECT_EQ(-1, shmget(-1, 0, 0));
+  EXPECT_EQ(-18, cx_init_fp_dlg(30));
+  // Without a working directory its bare name is sought.
+  std::filesystem::create_directory("/tmp/gone");
+  ASSERT_EQ(0, chdir("/tmp/gone"));
+  ASSERT_EQ(0, rmdir("/tmp/gone"));
+  EXPECT_EQ(-18, cx_init_fp_dlg(30));
+  const auto self = std::filesystem::read_symlink("/proc/self/exe");
+  EXPECT_EQ("cx_init_fp_dlg 采集提示框路径:[" + self.parent_path().string() +
+                "/cx_capdlg]\ncx_init_fp_dlg 采集提示框路径:[cx_capdlg]\n",
+            LogTexts());
 }
 
-TEST_F(PromptClient, TheProgramIsSoughtBesideTheDriver) {
-  char directory[kDlgPathBytes];
-  ASSERT_GT(cx_get_dlg_path(directory), 0);
-  char self[1024] = {};
-  ASSERT_GT(readlink("/proc/self/exe", self, sizeof self - 1), 0);
-  *strrchr(self, '/') = '\0';
-  EXPECT_STREQ(self, directory);
-  support::SwitchLogOn();
-  EXPECT_EQ(CX_DLG_NO_PROGRAM, cx_init_fp_dlg(30));
-  EXPECT_NE(std::string::npos,
-            support::DayLog().find("] cx_init_fp_dlg 采集提示框路径:[" +
-                                   std::string(self) + "/cx_capdlg]\n"));
-  EXPECT_NE(std::string::npos, support::DayLog().find("  [src/cx_dlg:"));
-}
-
-TEST_F(PromptClient, WithoutAWorkingDirectoryTheBareNameIsSought) {
-  ASSERT_EQ(0, chdir("/tmp"));
-  const std::string gone = "/tmp/gone";
-  ASSERT_EQ(0, system(("mkdir " + gone).c_str()));
-  ASSERT_EQ(0, chdir(gone.c_str()));
-  ASSERT_EQ(0, rmdir(gone.c_str()));
-  char directory[kDlgPathBytes];
-  EXPECT_EQ(-1, cx_get_dlg_path(directory));
-  support::SwitchLogOn();
-  EXPECT_EQ(CX_DLG_NO_PROGRAM, cx_init_fp_dlg(30));
-  EXPECT_NE(std::string::npos, support::DayLog().find(":[cx_capdlg]\n"));
-}
-
-TEST_F(PromptClient, TheWhitePictureArrives) {
-  OpenWindow();
-  EXPECT_EQ(0, cx_set_fp_white_img(41972));
-  EXPECT_TRUE(StandInNoted("images 31478 0"));
-  ASSERT_NE(nullptr, m_smo_data);
-  const uint8_t* const bmp = m_smo_data->img1_data;
-  EXPECT_EQ(0, memcmp("BM\xF6\x7A\0\0", bmp, 6));
-  for (int i = 1078; i < 31478; ++i) ASSERT_EQ(255, bmp[i]) << i;
-}
-
-TEST_F(PromptClient, EveryKnownLengthSelectsItsSize) {
-  OpenWindow();
+// The client looks beside the driver's file; here that is this program's, where
+// no prompt program stands, so the channel is started by hand.
+TEST_F(PromptClient, SendsWhitePicturesOfKnownSizesAndTextsOf1To512Bytes) {
+  const std::string text(513, 'x');
+  const std::string program =
+      support::InstallStandIn("/tmp/a", support::StandIn::kObeys);
+  ASSERT_GT(cx_dlg_init(1, 30, program.c_str()), 0);
   const struct {
-    int32_t lengths[4];
-    int32_t bytes;
-  } kCases[] = {{{30400, 31478, 40536, 41972}, 31478},
-                {{59904, 60982, 79872, 81312}, 60982},
-                {{92160, 93238, 122880, 124320}, 93238}};
-  for (const auto& c : kCases) {
-    for (const int32_t length : c.lengths) {
-      EXPECT_EQ(0, cx_auto_fp_img_to_capdlg(length)) << length;
-      EXPECT_EQ(c.bytes, m_smo_data->img1_len) << length;
+    int32_t lengths[4], bytes, dots;
+  } kSizes[] = {{{30400, 31478, 40536, 41972}, 31478, 14291},
+                {{59904, 60982, 79872, 81312}, 60982, 19685},
+                {{92160, 93238, 122880, 124320}, 93238, 19685}};
+  for (const auto& size : kSizes) {
+    for (const int32_t length : size.lengths) {
+      EXPECT_EQ(0, cx_set_fp_white_img(length)) << length;
+      const uint8_t* const bmp = m_smo_data->img1_data;
+      EXPECT_EQ(size.bytes, m_smo_data->img1_len) << length;
+      EXPECT_EQ(size.dots, bmp[38] | bmp[39] << 8) << length;
+      EXPECT_EQ(size.bytes - 1078,
+                std::count(bmp + 1078, bmp + size.bytes, 255));
     }
   }
-}
-
-TEST_F(PromptClient, OtherLengthsAreRefusedAndOnlyNegativeOnesLogged) {
-  support::SwitchLogOn();
+  EXPECT_TRUE(StandInNoted("images 93238 0"));
   for (const int32_t length : {0, 12345, 41973, INT_MAX}) {
     EXPECT_EQ(-1, cx_set_fp_white_img(length)) << length;
   }
-  EXPECT_EQ("", support::DayLog());
-  EXPECT_EQ(-1, cx_set_fp_white_img(-1));
-  EXPECT_NE(
-      std::string::npos,
-      support::DayLog().find("] cx_auto_fp_img_to_capdlg 参数错误[-1]\n"));
-}
-
-TEST_F(PromptClient, ATextHas1To512Bytes) {
-  const std::string text(513, 'x');
-  EXPECT_EQ(CX_DLG_NOT_INITIALISED, cx_set_fp_msg_dlg("x"));
-  OpenWindow();
   EXPECT_EQ(-1, cx_set_fp_msg_dlg(nullptr));
   EXPECT_EQ(-1, cx_set_fp_msg_dlg(""));
   EXPECT_EQ(-1, cx_set_fp_msg_dlg(text.c_str()));
@@ -115,28 +78,45 @@ TEST_F(PromptClient, ATextHas1To512Bytes) {
   EXPECT_TRUE(StandInNoted("text " + text.substr(1)));
 }
 
-TEST_F(PromptClient, AClosedWindowIsReported) {
-  OpenWindow();
-  EXPECT_EQ(0, cx_dlg_send_data(SMO_SET_QUIT, nullptr, 0, nullptr, 0));
-  EXPECT_TRUE(support::Eventually(
-      [] { return cx_set_fp_msg_dlg("text") == kPromptGone; }));
+TEST_F(PromptClient, TheGeneralSendDispatchesOnItsKindAndLogsBadArguments) {
+  EXPECT_EQ(CX_DLG_NOT_INITIALISED, cx_send_fp_data_to_dlg(0, "", 30400));
+  EXPECT_EQ(CX_DLG_NOT_INITIALISED, cx_send_fp_data_to_dlg(1, "text", 0));
+  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(2, "text", 1));
+  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(0, "", -1));
+  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(0, nullptr, 30400));
+  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(-1, "text", 1));
+  EXPECT_EQ(-1, cx_set_fp_white_img(-1));
+  EXPECT_EQ(
+      "cx_send_fp_data_to_dlg 参数错误[-1]\n"
+      "cx_send_fp_data_to_dlg 参数错误[-1]\n"
+      "cx_send_fp_data_to_dlg 参数错误[-1]\n"
+      "cx_auto_fp_img_to_capdlg 参数错误[-1]\n",
+      LogTexts());
 }
 
-TEST_F(PromptClient, TheGeneralSendDispatchesOnItsKind) {
-  support::SwitchLogOn();
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(-1, "x", 1));
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(0, nullptr, 41972));
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(1, "x", -1));
-  const std::string log = support::DayLog();
-  EXPECT_EQ(3, std::count(log.begin(), log.end(), '\n'));
-  EXPECT_NE(std::string::npos,
-            log.find("] cx_send_fp_data_to_dlg 参数错误[-1]\n"));
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(2, "x", 1));
-  OpenWindow();
-  EXPECT_EQ(0, cx_send_fp_data_to_dlg(0, "", 60982));
-  EXPECT_TRUE(StandInNoted("images 60982 0"));
-  EXPECT_EQ(0, cx_send_fp_data_to_dlg(1, "text", 0));
-  EXPECT_TRUE(StandInNoted("text text"));
+// A picture whose every pixel tells its row and column.
+TEST(GreyBmp, StandsUprightAndEndsWhereItSays) {
+  const Bytes head = {'B',  'M',  0xF6, 0x7A, 0, 0,    0,    0,   0, 0,    0x36,
+                      0x04, 0,    0,    40,   0, 0,    0,    152, 0, 0,    0,
+                      200,  0,    0,    0,    1, 0,    8,    0,   0, 0,    0,
+                      0,    0xC0, 0x76, 0,    0, 0xD3, 0x37, 0,   0, 0xD3, 0x37,
+                      0,    0,    0,    0,    0, 0,    0,    0,   0, 0,    0,
+                      0,    255,  0,    1,    1, 255,  0,    2,   2, 255,  0};
+  Bytes raw, bmp(31479, 0xEE);
+  for (int i = 0; i < 154 * 203; ++i) {
+    raw.push_back(static_cast<uint8_t>(i / 154 * 7 + i % 154));
+  }
+  uint64_t length = 7;
+  EXPECT_EQ(-1, CxSaveRawAsBmp(raw.data(), 100, 200, bmp.data(), &length, 1));
+  EXPECT_EQ(0xEE, bmp[0]);
+  EXPECT_EQ(7u, length);
+  EXPECT_EQ(0, CxSaveRawAsBmp(raw.data(), 154, 203, bmp.data(), &length, 1));
+  EXPECT_EQ(31478u, length);
+  EXPECT_EQ(head, Bytes(bmp.data(), bmp.data() + head.size()));
+  EXPECT_EQ(static_cast<uint8_t>(202 * 7), bmp[1078]);
+  EXPECT_EQ(static_cast<uint8_t>(202 * 7 + 151), bmp[1078 + 151]);
+  EXPECT_EQ(static_cast<uint8_t>(3 * 7 + 151), bmp[31477]);
+  EXPECT_EQ(0xEE, bmp[31478]);
 }
 
 }  // namespace

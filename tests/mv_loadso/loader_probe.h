@@ -6,17 +6,13 @@
 #include "mv_loadso/algorithm_library.h"
 
 struct LoaderProbe {
-  int32_t (*load)(const char* file_name);
-  int32_t (*check)();
-  int32_t (*free)();
-  int32_t (*ready)();
-  int (*get_path)(char* dir_out);
-  void** so_handle;
-  void** alg_handle;
-  int32_t* ok;
-  OrvSynMinutFn* synth;
+  decltype(cx_load_ga_so)* load;
+  decltype(mv_check_alg)* check;
+  decltype(cx_free_ga_so)* free;
+  decltype(corvex::ReadyAlgorithmLibrary)* ready;
 };
 
-extern "C" const LoaderProbe kLoaderProbe;
+extern "C" __attribute__((visibility("default")))
+const LoaderProbe kLoaderProbe;
 
 #endif  // TESTS_MV_LOADSO_LOADER_PROBE_H_

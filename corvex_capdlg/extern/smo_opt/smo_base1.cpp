@@ -78,11 +78,10 @@ void CopyRecordText(smo_data_t& record, const char* text) {
 int32_t CxSmoBase1::sm_opt_init(int32_t size) {
   const int32_t created = sm_create(kSegmentPath, size);
   if (created < 0) return created;
-  lock_.mutex_init(kBlockLockPath, kLockWaitMs);
-  if (AttachRecord() < 0) return 0;
+  if (size < CX_SMO_SIZE) return 0;  // holds no record
   // A killed host leaves its segment behind; what was pending in it, a close
   // request perhaps, is not for the window that starts now.
-  lock_.mutex_lock();
+  LockBlock();
   smo_data_t& block = Block();
   block.quit_flag = block.msg_flag = block.img_flag = 0;
   block.img1_len = block.img2_len = 0;
@@ -95,20 +94,27 @@ int32_t CxSmoBase1::sm_opt_uninit() {
   return sm_delete();
 }
 
-int32_t CxSmoBase1::AttachRecord() {
-  return sm_get_address(kSegmentPath, sizeof(smo_data_t));
+void CxSmoBase1::SetError(const std::string& reason, int line) {
+  error_text_ = log_str_format("%s %d %s", kSourceFile, line, reason.c_str());
+}
+
+bool CxSmoBase1::AttachRecord(const char* operation) {
+  if (sm_get_address(kSegmentPath, sizeof(smo_data_t)) == 0) return true;
+  SetError(log_str_format("%s. get share memory address failed. nret = [%d]",
+                          operation, CX_DLG_FAILED));
+  return false;
+}
+
+// Both sides name the lock where they take it: a prompt program creates no
+// block. Deliberate: without the lock the block is used all the same.
+void CxSmoBase1::LockBlock() {
+  lock_.mutex_init(kBlockLockPath, kLockWaitMs);
+  lock_.mutex_lock();
 }
 
 int32_t CxSmoBase1::sm_set_data(int32_t kind, const smo_data_t& staging) {
-  const int32_t attached = AttachRecord();
-  if (attached < 0) {
-    error_text_ = log_str_format(
-        "%s %d sm_set_data. get share memory address failed. nret = [%d]",
-        kSourceFile, __LINE__, attached);
-    return attached;
-  }
-  // Deliberate: without the lock the block is used all the same.
-  lock_.mutex_lock();
+  if (!AttachRecord("sm_set_data")) return CX_DLG_FAILED;
+  LockBlock();
   smo_data_t& block = Block();
   if (kind == SMO_SET_QUIT) {
     block.quit_flag = 1;
@@ -126,19 +132,13 @@ int32_t CxSmoBase1::sm_set_data(int32_t kind, const smo_data_t& staging) {
 }
 
 int32_t CxSmoBase1::sm_get_data(smo_data_t& item) {
-  const int32_t attached = AttachRecord();
-  if (attached < 0) {
-    error_text_ = log_str_format(
-        "%s %d sm_get_data. get share memory address failed. nret = [%d]",
-        kSourceFile, __LINE__, attached);
-    return attached;
-  }
+  if (!AttachRecord("sm_get_data")) return CX_DLG_FAILED;
   const smo_data_t& block = Block();
   if ((ReadOnce(block.quit_flag) | ReadOnce(block.msg_flag) |
        ReadOnce(block.img_flag)) == 0) {
     return CX_DLG_NOTHING;
   }
-  lock_.mutex_lock();
+  LockBlock();
   const int32_t taken = TakeItem(item);
   lock_.mutex_unlock();
   return taken;
@@ -168,21 +168,13 @@ int32_t CxSmoBase1::TakeItem(smo_data_t& item) {
 }
 
 int32_t CxSmoBase1::sm_get_dlgtype() {
-  const int32_t attached = AttachRecord();
-  if (attached == 0) return ReadOnce(Block().dlg_type);
-  error_text_ = log_str_format(
-      "%s %d sm_get_dlgtype. get share memory address failed. nret = [%d]",
-      kSourceFile, __LINE__, attached);
-  return attached;
+  if (!AttachRecord("sm_get_dlgtype")) return CX_DLG_FAILED;
+  return ReadOnce(Block().dlg_type);
 }
 
 int32_t CxSmoBase1::sm_get_timeout() {
-  const int32_t attached = AttachRecord();
-  if (attached == 0) return ReadOnce(Block().timeout);
-  error_text_ = log_str_format(
-      "%s %d sm_get_timeout. get share memory address failed. nret = [%d]",
-      kSourceFile, __LINE__, attached);
-  return attached;
+  if (!AttachRecord("sm_get_timeout")) return CX_DLG_FAILED;
+  return ReadOnce(Block().timeout);
 }
 
 int32_t CxSmoBase1::sm_run_appfile(const std::string& path) {
@@ -191,17 +183,15 @@ int32_t CxSmoBase1::sm_run_appfile(const std::string& path) {
           ? path
           : corvex::log_get_app_path(corvex::kAppDirectory) + path;
   if (!corvex::log_file_exist(full_path)) {
-    error_text_ =
-        log_str_format("%s %d app file is not exist. nret = [%d] [%s]",
-                       kSourceFile, __LINE__, CX_DLG_NO_PROGRAM, path.c_str());
+    SetError(log_str_format("app file is not exist. nret = [%d] [%s]",
+                            CX_DLG_NO_PROGRAM, path.c_str()));
     return CX_DLG_NO_PROGRAM;
   }
   const int32_t process = priRunAppFile(full_path);
   if (process < 0) {
     // Deliberate: the text says -18 where the call returns -1.
-    error_text_ =
-        log_str_format("%s %d app file run failed. nret = [%d] [%s]",
-                       kSourceFile, __LINE__, CX_DLG_NO_PROGRAM, path.c_str());
+    SetError(log_str_format("app file run failed. nret = [%d] [%s]",
+                            CX_DLG_NO_PROGRAM, path.c_str()));
     return CX_DLG_FAILED;
   }
   return process;
@@ -210,9 +200,9 @@ int32_t CxSmoBase1::sm_run_appfile(const std::string& path) {
 int32_t CxSmoBase1::sm_app_running(const std::string& path) {
   const int32_t process = priAppRunning(path);
   if (process < 0) {
-    error_text_ = log_str_format(
-        "%s %d sm_app_running. app exited. nret = [%d] appname = [%s]",
-        kSourceFile, __LINE__, process, path.c_str());
+    SetError(
+        log_str_format("sm_app_running. app exited. nret = [%d] appname = [%s]",
+                       process, path.c_str()));
   }
   return process;
 }
@@ -234,10 +224,9 @@ int32_t CxSmoBase1::priRunAppFile(const std::string& full_path) {
     if (corvex::log_is_timeout_ms(start_mark, kStartWaitMs) < 1) break;
     corvex::log_cx_sleep(kStartPollMs);
   }
-  error_text_ = log_str_format(
-      "%s %d priRunAppFile. run the file [%s] failed. nret = [%d] errno = [%d]",
-      kSourceFile, __LINE__, priGetAppExeN(full_path).c_str(), CX_DLG_FAILED,
-      errno);
+  SetError(log_str_format(
+      "priRunAppFile. run the file [%s] failed. nret = [%d] errno = [%d]",
+      priGetAppExeN(full_path).c_str(), CX_DLG_FAILED, errno));
   return CX_DLG_FAILED;
 }
 
@@ -264,9 +253,8 @@ int32_t CxSmoBase1::priExitAppRun(const std::string& path, int32_t wait_ms) {
     if (corvex::log_is_timeout_ms(start_mark, wait_ms) < 1) break;
     corvex::log_cx_sleep(kExitPollMs);
   }
-  error_text_ =
-      log_str_format("%s %d priExitAppRun. force exit of app ... [%s]",
-                     kSourceFile, __LINE__, path.c_str());
+  SetError(log_str_format("priExitAppRun. force exit of app ... [%s]",
+                          path.c_str()));
   corvex::log_run_cmd("kill -9 " + std::to_string(process));
   return process;
 }
@@ -276,24 +264,21 @@ std::string CxSmoBase1::priGetAppExeN(const std::string& path) {
 }
 
 int32_t CxSmoBase1::smo_chdir(bool remember, const std::string& path) {
+  if (!remember && g_remembered_directory.empty()) return 0;
   if (remember) {
     char directory[260];
     if (getcwd(directory, sizeof directory) == nullptr) {
-      error_text_ = log_str_format(
-          "%s %d smo_chdir. get cur work path failed. nret = [%d]", kSourceFile,
-          __LINE__, CX_DLG_FAILED);
+      SetError(log_str_format(
+          "smo_chdir. get cur work path failed. nret = [%d]", CX_DLG_FAILED));
       return CX_DLG_FAILED;
     }
     g_remembered_directory = directory;
-  } else if (g_remembered_directory.empty()) {
-    return 0;
   }
   const std::string target =
       remember ? path.substr(0, path.rfind('/')) : g_remembered_directory;
   const int32_t changed = chdir(target.c_str());
   if (changed != 0) {
-    error_text_ = log_str_format("%s %d smo_chdir. chdir failed. nret = [%d]",
-                                 kSourceFile, __LINE__, changed);
+    SetError(log_str_format("smo_chdir. chdir failed. nret = [%d]", changed));
   }
   return changed;
 }

@@ -64,7 +64,11 @@ class CxSmoBase1 : public CxSmoBase0 {
   static std::string priGetAppExeN(const std::string& path);
 
  private:
-  int32_t AttachRecord();
+  // Keeps the reason of a failure, behind the place that it is told from.
+  void SetError(const std::string& reason, int line = __builtin_LINE());
+  // On failure the error text names the operation.
+  bool AttachRecord(const char* operation);
+  void LockBlock();
   smo_data_t& Block() { return *static_cast<smo_data_t*>(sm_address_); }
   int32_t TakeItem(smo_data_t& item);
 
