@@ -3,33 +3,28 @@
 #include <unistd.h>
 
 #include <QApplication>
-#include <QFontDatabase>
-#include <QLocale>
+#include <QFontMetrics>
 #include <QScreen>
 #include <cstdio>
 #include <cstring>
 #include <thread>
 
-#include "cx_capdlg/palettes.h"
 #include "cx_capdlg/prompt_session.h"
 #include "cx_capdlg/prompt_window.h"
 
 namespace {
 
 using corvex::PromptSession;
-using corvex::PromptWindow;
 using corvex::SessionState;
 
-constexpr char kUsage[] =
-    "usage: cx_capdlg [number]\n"
-    "\n"
-    "The prompt window of a guided enrolment. The driver starts it; by hand "
-    "it\n"
-    "ends at once, because no driver has opened the prompt channel. The "
-    "number\n"
-    "is what the driver passes; it has no meaning.\n"
-    "\n"
-    "CX_CAPDLG_PALETTE=light or =dark  instead of the desktop's colours\n";
+constexpr char kUsage[] = R"(usage: cx_capdlg [number]
+
+The prompt window of a guided enrolment. The driver starts it; by hand it
+ends at once, because no driver has opened the prompt channel. The number
+is what the driver passes; it has no meaning.
+
+CX_CAPDLG_PALETTE=light or =dark  instead of the desktop's colours
+)";
 
 constexpr int kExitFailed = 1;
 
@@ -37,8 +32,8 @@ constexpr int kExitFailed = 1;
 // cancelled". Where no window can be opened the program stays, unseen, and the
 // enrolment goes on.
 void SitOut() {
-  PromptSession session([](const smo_data_t&) {});
-  while (session.Poll() == SessionState::kOpen) {
+  PromptSession session;
+  while (session.Poll([](const smo_data_t&) {}) == SessionState::kOpen) {
     std::this_thread::sleep_for(PromptSession::kPollPause);
   }
 }
@@ -56,27 +51,12 @@ void OnMessage(QtMsgType type, const QMessageLogContext&,
   _exit(kExitFailed);
 }
 
-void ChooseFont() {
-  QFont font = QApplication::font();
-  font.setFamilies({"Noto Sans CJK SC", "Source Han Sans SC",
-                    "WenQuanYi Micro Hei", "WenQuanYi Zen Hei", font.family()});
-  QApplication::setFont(font);
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-  const QStringList families =
-      QFontDatabase::families(QFontDatabase::SimplifiedChinese);
-#else
-  const QStringList families =
-      QFontDatabase().families(QFontDatabase::SimplifiedChinese);
-#endif
-  if (families.isEmpty()) {
+int ShowWindow(PromptSession* session) {
+  corvex::PromptWindow window(
+      session, QApplication::primaryScreen()->availableGeometry());
+  if (!QFontMetrics(window.font()).inFont(QChar(0x8BF7))) {
     fputs("cx_capdlg: no font with Chinese characters is installed\n", stderr);
   }
-}
-
-int ShowWindow() {
-  const QRect screen = QApplication::primaryScreen()->availableGeometry();
-  PromptWindow window(corvex::ScaleFor(screen.size()));
-  window.move(screen.center() - window.rect().center());
   window.show();
   window.raise();
   window.activateWindow();
@@ -90,17 +70,12 @@ int main(int argc, char** argv) {
     fputs(kUsage, stdout);
     return 0;
   }
-  if (!corvex::OwnerWatch().Found()) {
+  PromptSession session;
+  if (!session.Found()) {
     fputs("cx_capdlg: no driver has opened the prompt channel\n", stderr);
     return kExitFailed;
   }
   qInstallMessageHandler(OnMessage);
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-  QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-#endif
-  QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
   QApplication app(argc, argv);
-  corvex::ApplyPalette();
-  ChooseFont();
-  return ShowWindow();
+  return ShowWindow(&session);
 }

@@ -7,7 +7,6 @@
 #include <functional>
 #include <memory>
 
-#include "cx_capdlg/owner_watch.h"
 #include "cx_capdlg_lib.h"
 
 namespace corvex {
@@ -27,30 +26,28 @@ class PromptSession {
   // A pause between polls that the eye does not notice.
   static constexpr std::chrono::milliseconds kPollPause{100};
 
-  // Gives each text and picture to `take`.
-  explicit PromptSession(TakeItem take);
+  // The session of the block that exists now.
+  PromptSession();
 
-  // Whether there was a driver's block at the start.
-  bool Found() const { return watch_.Found(); }
+  // Whether there is one.
+  bool Found() const { return segment_ != -1; }
 
-  // Takes what is pending. Once it has returned anything but kOpen the session
-  // is over.
-  SessionState Poll();
+  // Gives each pending text and picture to `take`. Once it has returned
+  // anything but kOpen the session is over.
+  SessionState Poll(const TakeItem& take, Clock::time_point now = Clock::now());
 
   // Whole seconds of the enrolment; 0 when it has no time-out.
   int TimeoutSeconds() const { return timeout_s_; }
   // Of these, what remains, rounded up; 0 when there is no time-out.
-  int SecondsLeft() const;
+  int SecondsLeft(Clock::time_point now = Clock::now()) const;
 
  private:
-  bool IsExpired() const;
+  bool IsOwnerGone() const;
 
   const Clock::time_point start_ = Clock::now();
-  const OwnerWatch watch_;
+  const int segment_;
   const int timeout_s_;
-  const TakeItem take_;
   const std::unique_ptr<smo_data_t> item_ = std::make_unique<smo_data_t>();
-  int polls_until_watch_ = 0;
 };
 
 }  // namespace corvex

@@ -1,43 +1,36 @@
 #include "cx_capdlg/prompt_text.h"
 
-#include <cstdint>
 #include <cstring>
 
 namespace corvex {
 namespace {
 
-constexpr const char* kPressWords[kPresses] = {"第一次", "第二次", "第三次"};
-// Bytes of the text within its field. A text that fills the field runs on
-// behind it: its last character may be cut there, and goes.
-size_t FieldLength(const smo_data_t& record) {
-  size_t length = strnlen(record.msg_text, sizeof record.msg_text);
-  if (length < sizeof record.msg_text) return length;
-  const auto continues = [&](size_t at) {
-    return (static_cast<uint8_t>(record.msg_text[at]) & 0xC0) == 0x80;
-  };
-  while (length > 1 && continues(length - 1)) --length;
-  return length - 1;
-}
+constexpr const char* kTexts[kPresses] = {
+    "请您第一次按捺手指...", "请您第二次按捺手指...", "请您第三次按捺手指..."};
 
-std::string Trim(const std::string& text) {
-  const size_t first = text.find_first_not_of(' ');
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
+bool ContinuesCharacter(char byte) { return (byte & 0xC0) == 0x80; }
 
 }  // namespace
 
 int PressOf(const std::string& text) {
-  for (int press = 1; press <= kPresses; ++press) {
-    const std::string known =
-        std::string("请您") + kPressWords[press - 1] + "按捺手指...";
-    if (text == known) return press;
+  for (int i = 0; i < kPresses; ++i) {
+    if (text == kTexts[i]) return i + 1;
   }
   return 0;
 }
 
+// A text that fills its field runs on behind it: its last character may be cut
+// there, and goes.
 std::string ShownText(const smo_data_t& record) {
-  return Trim(std::string(record.msg_text, FieldLength(record)));
+  std::string text(record.msg_text,
+                   strnlen(record.msg_text, sizeof record.msg_text));
+  if (text.size() == sizeof record.msg_text) {
+    while (text.size() > 1 && ContinuesCharacter(text.back())) text.pop_back();
+    text.pop_back();
+  }
+  text.erase(text.find_last_not_of(' ') + 1);
+  text.erase(0, text.find_first_not_of(' '));
+  return text;
 }
 
 }  // namespace corvex

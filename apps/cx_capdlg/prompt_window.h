@@ -2,51 +2,58 @@
 #ifndef APPS_CX_CAPDLG_PROMPT_WINDOW_H_
 #define APPS_CX_CAPDLG_PROMPT_WINDOW_H_
 
-#include <QBasicTimer>
+#include <QImage>
+#include <QLabel>
+#include <QProgressBar>
+#include <QTimer>
 #include <QWidget>
 #include <string>
 
+#include "cx_capdlg/look.h"
 #include "cx_capdlg/prompt_session.h"
-
-class QLabel;
-class QPushButton;
+#include "cx_capdlg/prompt_text.h"
 
 namespace corvex {
-
-class FingerView;
-class StepBar;
-class TimeBar;
 
 // Lives as long as the session: closes itself when that is over. Closing it
 // otherwise is the user's way to cancel.
 class PromptWindow : public QWidget {
  public:
-  // `scale` 1 suits a screen of 1024 x 600.
-  explicit PromptWindow(double scale);
-
- protected:
-  void timerEvent(QTimerEvent* event) override;
-  void keyPressEvent(QKeyEvent* event) override;
-  void closeEvent(QCloseEvent* event) override;
+  // In the middle of what is free of the screen.
+  PromptWindow(PromptSession* session, const QRect& screen);
 
  private:
+  struct Step {
+    QLabel* badge = nullptr;
+    QLabel* caption = nullptr;
+    QLabel* line = nullptr;  // from the step before; the first has none
+  };
+
+  QLabel* NewLabel(const char* name, const QString& text = {});
+  QWidget* NewSteps();
+  QWidget* NewCancelButton();
   void BuildLayout();
+  void Poll();
   void Take(const smo_data_t& item);
   void ShowText(const std::string& text);
+  void FitText(const QString& text);
+  void ShowPress(int press);
+  void ShowFinger();
+  void ShowTime();
 
-  const double scale_;
-  PromptSession session_;
-  FingerView* const finger_;
-  QLabel* const text_;
-  QLabel* const hint_;
-  StepBar* const steps_;
-  TimeBar* time_ = nullptr;  // none without a time-out
-  QPushButton* const cancel_;
-  QBasicTimer poll_;
+  PromptSession* const session_;
+  const Look look_;
+  QLabel* const finger_ = NewLabel("finger");
+  QLabel* const text_ = NewLabel("text");
+  QLabel* const hint_ = NewLabel("hint");
+  Step steps_[kPresses];
+  QWidget* const step_bar_ = NewSteps();
+  QLabel* const time_ = NewLabel("time");
+  QProgressBar* const time_bar_ = new QProgressBar;
+  QTimer poll_;
+  QImage picture_;
+  int press_ = 0;
 };
-
-// The scale that suits a screen of that many device-independent pixels.
-double ScaleFor(const QSize& screen);
 
 }  // namespace corvex
 
