@@ -53,17 +53,14 @@ TEST_F(JsonTest, QuestionsAreAnsweredOrRefusedByTheirRules) {
       R"({"FunctionCode":"12345","RequestPort":"9"})",
       R"({"FunctionCode":"","RequestPort":"9"})",
       // A port is what strtol makes of its text.
-      Request(" 7x"), Request("port"), Request("-5"), Request("4294967304"),
+      Request(" 7x"), Request("port"), Request("4294967304"),
       Request("99999999999999999999"), Request(kForty),
       // Fields that break their rule.
-      R"({"FunctionCode":1,"RequestPort":"3"})",
-      R"({"FunctionCode":null,"RequestPort":"3"})",
-      R"({"FunctionCode":"0001"})",
-      R"({"FunctionCode":"0001","RequestPort":3})",
-      R"({"FunctionCode":"0001","RequestPort":{"n":"3"}})", Request(""),
+      R"({"FunctionCode":1,"RequestPort":"3"})", R"({"FunctionCode":"0001"})",
+      R"({"FunctionCode":"0001","RequestPort":3})", Request(""),
       Request(kForty + "1"),
       // No request at all.
-      "", "{", "[]", R"(["FunctionCode","RequestPort"])", R"("FunctionCode")",
+      "", "{", R"(["FunctionCode","RequestPort"])",
       R"({"FunctionCode":"\ud800","RequestPort":"3"})",
       R"({"RequestPort":"3"})"};
   for (const std::string& request : kRequests) TellAnswer(request);
@@ -71,7 +68,7 @@ TEST_F(JsonTest, QuestionsAreAnsweredOrRefusedByTheirRules) {
 
 TEST_F(JsonTest, TheReaderMaySayAnythingOfItself) {
   for (const std::string& serial :
-       {std::string(), std::string("SN-20240315"), std::string(40, 'z'),
+       {std::string(), std::string("SN-20240315"),
         std::string("AB\0CD", 5) + std::string(27, '7'),
         std::string(32, '\x01'), std::string(26, 'y') + "\x01\x02/\"\\\n"}) {
     corvex::vreader::Options options;
