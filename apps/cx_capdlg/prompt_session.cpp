@@ -21,12 +21,10 @@ constexpr seconds kExpiryMargin{10};
 // The channel keeps one attachment a process.
 constexpr shmatt_t kOwnAttachments = 1;
 
-int PresentSegment() { return shmget(SegmentKey(kSegmentPath), 0, 0); }
-
 }  // namespace
 
 PromptSession::PromptSession()
-    : segment_(PresentSegment()),
+    : segment_(shmget(SegmentKey(kSegmentPath), 0, 0)),
       timeout_s_(std::max(0, cx_dlg_get_timeout())) {}
 
 SessionState PromptSession::Poll(const TakeItem& take, Clock::time_point now) {
@@ -51,12 +49,11 @@ int PromptSession::SecondsLeft(Clock::time_point now) const {
 // The program is started through a shell, so its parent tells nothing, and a
 // killed driver leaves the block behind. But the kernel counts the block's
 // attachments, and a driver holds one for as long as it lives; polling has
-// taken this process's own. Unlike a process id, the count is never reused, and
-// it crosses PID namespaces.
+// taken this process's own, or left it for another driver's block. Unlike a
+// process id, the count is never reused, and it crosses PID namespaces.
 bool PromptSession::IsOwnerGone() const {
   shmid_ds info{};
-  return PresentSegment() != segment_ ||
-         shmctl(segment_, IPC_STAT, &info) != 0 ||
+  return shmctl(segment_, IPC_STAT, &info) != 0 ||
          info.shm_nattch <= kOwnAttachments;
 }
 
