@@ -4,177 +4,122 @@
 #include <cmath>
 
 namespace reference {
-namespace {
-
-constexpr int32_t kMostMinutiae = 50;
-
-}  // namespace
 
 // Not a standard distribution: those differ from library to library.
 int32_t RecordGenerator::Below(int32_t limit) {
   return static_cast<int32_t>(random_() % static_cast<uint32_t>(limit));
 }
 
-RecordGenerator::Entry RecordGenerator::AnyEntry() {
+int32_t RecordGenerator::Around(int32_t most) {
+  return Below(2 * most + 1) - most;
+}
+
+Entry RecordGenerator::AnyEntry() {
   return {Below(256), Below(256), Below(360), Below(101), 1 + Below(2)};
 }
 
-RecordGenerator::Entries RecordGenerator::AnyEntries() {
-  static constexpr int32_t kCounts[] = {3, 12, 20, 30, kMostMinutiae};
+Print RecordGenerator::AnyPrint() {
+  static constexpr int32_t kCounts[] = {3, 12, 20, 30, 50};
   const int32_t most = kCounts[Below(5)];
-  Entries entries;
   const int32_t count = OneIn(2) ? most : Below(most + 1);
-  for (int32_t i = 0; i < count; ++i) entries.push_back(AnyEntry());
-  return entries;
+  Print print;
+  for (int32_t i = 0; i < count; ++i) print.push_back(AnyEntry());
+  return print;
 }
 
-// Many sticks of the same length.
-RecordGenerator::Entries RecordGenerator::Lattice() {
-  const int32_t columns = 5 + Below(6);
+// Many sticks of the same length, or in nearly the same direction.
+Print RecordGenerator::Lattice() {
+  const int32_t columns = OneIn(2) ? 1 : 5 + Below(6);
   const int32_t step_x = 5 + Below(32);
-  const int32_t step_y = 5 + Below(40);
-  const int32_t count = 20 + Below(kMostMinutiae - 19);
-  Entries entries;
+  const int32_t step_y = columns == 1 ? 1 + Below(5) : 5 + Below(40);
+  const int32_t slope = columns == 1 ? Below(5) : 0;
+  const int32_t count = 20 + Below(31);
+  const bool lies = OneIn(2);
+  Print print;
   for (int32_t i = 0; i < count; ++i) {
     Entry entry = AnyEntry();
-    entry.x = std::min(i % columns * step_x, 255);
+    entry.x = std::min(i % columns * step_x + i * slope + Below(2), 255);
     entry.y = std::min(i / columns * step_y, 255);
-    entries.push_back(entry);
+    if (lies) std::swap(entry.x, entry.y);
+    print.push_back(entry);
   }
-  return entries;
-}
-
-// All sticks in one direction, or nearly so.
-RecordGenerator::Entries RecordGenerator::Line() {
-  const int32_t slope = Below(6);
-  const int32_t step = 1 + Below(5);
-  const int32_t count = 10 + Below(kMostMinutiae - 9);
-  Entries entries;
-  for (int32_t i = 0; i < count; ++i) {
-    Entry entry = AnyEntry();
-    entry.x = std::min(i * step, 255);
-    entry.y = std::min(i * slope + Below(2), 255);
-    if (slope == 5) std::swap(entry.x, entry.y);
-    entries.push_back(entry);
-  }
-  return entries;
+  return print;
 }
 
 // Fewer values than a field may have.
-void RecordGenerator::Restrict(Entries* entries) {
+void RecordGenerator::Restrict(Print* print) {
   const int32_t directions = OneIn(2) ? 360 : 1 + Below(4);
   const int32_t turn = directions == 360 ? 1 : 180 / (1 + Below(3));
   const int32_t offset = Below(3);
   const bool one_weight = OneIn(2);
   const bool one_kind = OneIn(3);
-  const bool all_even = OneIn(8);
-  for (Entry& entry : *entries) {
+  for (Entry& entry : *print) {
     entry.direction = (entry.direction % directions * turn + offset) % 360;
     if (one_weight) entry.weight = 50;
     if (one_kind) entry.kind = 1;
-    if (all_even) entry.x &= ~1;
   }
 }
 
-RecordGenerator::Entries RecordGenerator::PressedEntries(const Entries& entries,
-                                                         int32_t max_turn,
-                                                         int32_t max_jitter) {
-  const int32_t turn = Below(2 * max_turn + 1) - max_turn;
-  const double angle = turn * 3.14159265358979 / 180;
-  const int32_t move_x = Below(31) - 15;
-  const int32_t move_y = Below(31) - 15;
-  const auto jitter = [&] {
-    return max_jitter == 0 ? 0 : Below(2 * max_jitter + 1) - max_jitter;
-  };
-  Entries pressed;
-  for (const Entry& entry : entries) {
+Print RecordGenerator::Pressed(const Print& print, int32_t max_turn,
+                               int32_t max_jitter) {
+  const int32_t turn = Around(max_turn);
+  const double sine = std::sin(turn * 3.14159265358979 / 180);
+  const double cosine = std::cos(turn * 3.14159265358979 / 180);
+  const int32_t x = 128 + Around(15);
+  const int32_t y = 128 + Around(15);
+  Print pressed;
+  for (Entry entry : print) {
     if (OneIn(8)) {
       if (OneIn(2)) pressed.push_back(AnyEntry());
       continue;
     }
     const double dx = entry.x - 128;
     const double dy = entry.y - 128;
-    Entry moved = entry;
-    moved.x = 128 + move_x + jitter() +
-              static_cast<int32_t>(std::cos(angle) * dx + std::sin(angle) * dy);
-    moved.y = 128 + move_y + jitter() +
-              static_cast<int32_t>(std::cos(angle) * dy - std::sin(angle) * dx);
-    if (moved.x < 0 || moved.x > 255 || moved.y < 0 || moved.y > 255) continue;
-    moved.direction = (entry.direction + turn + jitter() + 720) % 360;
-    moved.weight = std::clamp(entry.weight + 4 * jitter(), 0, 100);
-    if (OneIn(16)) moved.kind = 3 - entry.kind;
-    pressed.push_back(moved);
+    entry.x =
+        x + static_cast<int32_t>(cosine * dx + sine * dy) + Around(max_jitter);
+    entry.y =
+        y + static_cast<int32_t>(cosine * dy - sine * dx) + Around(max_jitter);
+    entry.direction = (entry.direction + turn + Around(max_jitter) + 720) % 360;
+    entry.weight = std::clamp(entry.weight + 4 * Around(max_jitter), 0, 100);
+    if (OneIn(16)) entry.kind = 3 - entry.kind;
+    if (((entry.x | entry.y) & ~255) == 0) pressed.push_back(entry);
   }
   return pressed;
 }
 
-Record RecordGenerator::ToRecord(const Entries& entries) {
-  Record record = {0x12, 0x84, static_cast<uint8_t>(entries.size())};
-  for (const Entry& entry : entries) {
+Record ToRecord(const Print& print) {
+  Record record = {0x12, 0x84, static_cast<uint8_t>(print.size())};
+  for (const Entry& entry : print) {
     const int32_t word = entry.direction | entry.weight << 9;
-    record.push_back(static_cast<uint8_t>(entry.x));
-    record.push_back(static_cast<uint8_t>(entry.y));
-    record.push_back(static_cast<uint8_t>(word & 0xFF));
-    record.push_back(static_cast<uint8_t>(word >> 8));
-    record.push_back(static_cast<uint8_t>(entry.kind == 2 ? 0x80 : 0));
+    for (const int32_t byte : {entry.x, entry.y, word & 0xFF, word >> 8,
+                               entry.kind == 2 ? 0x80 : 0}) {
+      record.push_back(static_cast<uint8_t>(byte));
+    }
   }
   return record;
 }
 
-RecordGenerator::Entries RecordGenerator::FromRecord(const Record& record) {
-  Entries entries;
-  for (size_t at = 3; at + 5 <= record.size(); at += 5) {
-    const int32_t word = record[at + 2] | record[at + 3] << 8;
-    entries.push_back({record[at], record[at + 1], word & 0x1FF, word >> 9,
-                       record[at + 4] >= 0x80 ? 2 : 1});
-  }
-  return entries;
-}
-
-RecordPair RecordGenerator::NextPair() {
-  const int32_t shape = Below(8);
-  Entries first = shape == 0 ? Lattice() : shape == 1 ? Line() : AnyEntries();
+std::pair<Record, Record> RecordGenerator::NextPair() {
+  const bool regular = OneIn(4);
+  Print first = regular ? Lattice() : AnyPrint();
   if (OneIn(3)) Restrict(&first);
-  Entries second;
+  Print second = first;
   switch (Below(6)) {
     case 0:
-      second = first;
       break;
     case 1:
     case 2:
-      second = PressedEntries(first, 180, Below(4));
+      second = Pressed(first, 180, Below(4));
       break;
     case 3:
-      second = PressedEntries(first, 10, Below(2));
-      break;
-    case 4:
-      second = shape == 0 ? Lattice() : AnyEntries();
+      second = Pressed(first, 10, Below(2));
       break;
     default:
-      second = AnyEntries();
-      if (OneIn(2)) Restrict(&second);
+      second = regular && OneIn(2) ? Lattice() : AnyPrint();
+      if (OneIn(4)) Restrict(&second);
   }
   if (OneIn(16)) std::shuffle(second.begin(), second.end(), random_);
   return {ToRecord(first), ToRecord(second)};
-}
-
-Record RecordGenerator::NextFinger() {
-  Entries entries;
-  const int32_t count = 20 + Below(23);
-  for (int32_t i = 0; i < count; ++i) {
-    Entry entry = AnyEntry();
-    entry.x = 53 + Below(150);
-    entry.y = 38 + Below(180);
-    // Ridges run much alike in one finger.
-    entry.direction = (Below(90) + 45 + 180 * Below(2)) % 360;
-    entry.weight = 30 + Below(40);
-    entries.push_back(entry);
-  }
-  return ToRecord(entries);
-}
-
-Record RecordGenerator::Pressed(const Record& finger) {
-  return ToRecord(PressedEntries(FromRecord(finger), 20, 2));
 }
 
 }  // namespace reference

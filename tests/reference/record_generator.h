@@ -1,4 +1,4 @@
-// Records made up from a seed: the same ones on every machine.
+// Prints made up from a seed: the same ones on every machine.
 #ifndef TESTS_REFERENCE_RECORD_GENERATOR_H_
 #define TESTS_REFERENCE_RECORD_GENERATOR_H_
 
@@ -9,8 +9,13 @@
 
 namespace reference {
 
+struct Entry {
+  int32_t x, y, direction, weight, kind;
+};
+using Print = std::vector<Entry>;
 using Record = std::vector<uint8_t>;
-using RecordPair = std::pair<Record, Record>;
+
+Record ToRecord(const Print& print);
 
 class RecordGenerator {
  public:
@@ -18,32 +23,20 @@ class RecordGenerator {
 
   // A pair of one of many kinds: strangers, two presses of one finger, prints
   // with few directions or lengths, lattices, bounds of weight and kind ...
-  RecordPair NextPair();
+  std::pair<Record, Record> NextPair();
 
-  // A finger of about 31 minutiae within 150 x 180 cells, as readers give it.
-  Record NextFinger();
-
-  // Another press of the finger: turned, moved, distorted, with minutiae
-  // missing and others added.
-  Record Pressed(const Record& finger);
+  // Another press of a finger: turned, moved, distorted, with minutiae missing
+  // and others added.
+  Print Pressed(const Print& print, int32_t max_turn, int32_t max_jitter);
 
  private:
-  struct Entry {
-    int32_t x, y, direction, weight, kind;
-  };
-  using Entries = std::vector<Entry>;
-
   int32_t Below(int32_t limit);
+  int32_t Around(int32_t most);
   bool OneIn(int32_t n) { return Below(n) == 0; }
   Entry AnyEntry();
-  Entries AnyEntries();
-  Entries Lattice();
-  Entries Line();
-  void Restrict(Entries* entries);
-  Entries PressedEntries(const Entries& entries, int32_t max_turn,
-                         int32_t max_jitter);
-  static Record ToRecord(const Entries& entries);
-  static Entries FromRecord(const Record& record);
+  Print AnyPrint();
+  Print Lattice();
+  void Restrict(Print* print);
 
   std::mt19937 random_;
 };
