@@ -1,19 +1,20 @@
 // A whole call over a pseudo-terminal. The input's first line chooses the call
-// (a letter) and its time-out (a digit); each line after it is what the reader
-// sends the next time that the driver waits: nothing, where it is empty, and
-// "!" hangs up.
+// (a letter), its time-out (a digit) and the box (the rest); each line after it
+// is what the reader sends the next time that the driver waits: nothing, where
+// it is empty, and "!" hangs up.
 //
 // The driver's waits go through a clock of the fuzzer's own (select, time and
 // clock_gettime are replaced at link time), so that ten seconds of silence take
 // no time.
 #include <fcntl.h>
+#include <pty.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <deque>
+#include <utility>
 
 #include "cx_file_lock/cx_file_lock.h"
 #include "fuzzing.h"
@@ -25,64 +26,43 @@ using fuzzing::Input;
 
 class Reader {
  public:
-  Reader() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
-    char path[64];
-    MUST(master_ >= 0 && grantpt(master_) == 0 && unlockpt(master_) == 0 &&
-         ptsname_r(master_, path, sizeof path) == 0);
-    port_ = path + std::strlen("/dev/");
-    host_side_ = open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    MUST(host_side_ >= 0);
+  explicit Reader(const Input& script) : script_(script) {
+    MUST(openpty(&master_, &host_side_, path_, nullptr, nullptr) == 0);
+    MUST(fcntl(master_, F_SETFL, O_NONBLOCK) == 0);
   }
   ~Reader() {
-    HangUp();
+    close(master_);
     close(host_side_);
   }
-  Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
 
-  const char* Port() const { return port_.c_str(); }
-  void Script(std::string line) { lines_.push_back(std::move(line)); }
+  const char* Port() const { return path_ + std::strlen("/dev/"); }
 
   // The driver waits: what it has asked is taken off the line, and the next
-  // line of the script goes out.
+  // line of the script goes out. What does not fit the line's buffer is lost,
+  // as on a real line. The kernel hands the bytes over in its own time, but the
+  // input must decide alone.
   void Proceed() {
     char asked[256];
-    while (master_ >= 0 && read(master_, asked, sizeof asked) > 0) {
+    while (read(master_, asked, sizeof asked) > 0) {
     }
-    if (lines_.empty() || Unread() > 0) return;
-    const std::string line = std::move(lines_.front());
-    lines_.pop_front();
-    if (line == "!") {
-      HangUp();
-    } else {
-      Send(line);
-    }
+    if (script_.Empty() || Unread() > 0) return;
+    const std::string line = script_.Line();
+    if (line == "!") close(std::exchange(master_, -1));
+    const ssize_t sent = write(master_, line.data(), line.size());
+    for (int i = 0; i < 2000 && Unread() < sent; ++i) sched_yield();
   }
 
  private:
-  // What does not fit the line's buffer is lost, as on a real line. The kernel
-  // hands the bytes over in its own time, but the input must decide alone.
-  void Send(const std::string& line) const {
-    if (master_ < 0) return;
-    const ssize_t sent = write(master_, line.data(), line.size());
-    for (int i = 0; i < kPatience && Unread() < sent; ++i) sched_yield();
-  }
   int Unread() const {
     int bytes = 0;
     ioctl(host_side_, FIONREAD, &bytes);
     return bytes;
   }
-  void HangUp() {
-    if (master_ >= 0) close(master_);
-    master_ = -1;
-  }
 
-  static constexpr int kPatience = 2000;
-
-  int master_;
-  int host_side_;
-  std::string port_;
-  std::deque<std::string> lines_;
+  Input script_;
+  int master_ = -1;
+  int host_side_ = -1;
+  char path_[64];
 };
 
 Reader* g_reader = nullptr;
@@ -122,82 +102,55 @@ time_t __wrap_time(time_t* out) {
 
 namespace {
 
-// The caller's buffers, of the least size that is promised to suffice.
-struct Buffers {
+template <size_t kBytes>
+bool IsText(const char (&buffer)[kBytes], int length) {
+  return strnlen(buffer, kBytes) == static_cast<size_t>(length);
+}
+
+// The caller's buffers are of the least size that is promised to suffice.
+void Call(std::string choice, const char* port) {
+  choice.resize(std::max<size_t>(choice.size(), 2), '3');
+  const int timeout_s = choice[1] - '0';
+  const char* const box = choice.c_str() + 2;
   char version[FG_VERSION_BYTES];
   char sn[FG_SN_BYTES];
-  char message[FG_MESSAGE_BYTES];
-};
-
-template <size_t kBytes>
-void ExpectText(const char (&buffer)[kBytes], int length) {
-  MUST(length >= 0 && static_cast<size_t>(length) < kBytes);
-  MUST(std::strlen(buffer) == static_cast<size_t>(length));
-}
-
-void Capture(const char* port, const char* box, int timeout_s, char* message) {
   char feature[FG_FEATURE_BYTES];
-  int length = -1;
-  if (FG_GetFeature(port, box, 9600, timeout_s, feature, &length, message) ==
-      0) {
-    ExpectText(feature, length);
-  }
-}
-
-void Enrol(bool guided, const char* port, const char* box, int timeout_s,
-           char* message) {
   char tmpl[FG_TEMPLATE_BYTES];
+  char message[FG_MESSAGE_BYTES];
   int length = -1;
-  const auto call = guided ? FG_TipsGetTemplate : FG_GetTemplate;
-  if (call(port, box, 9600, timeout_s, tmpl, &length, message) == 0) {
-    ExpectText(tmpl, length);
-    MUST(FG_FpMatch(tmpl, tmpl, 0) >= 0);
+  int result = -1;
+  if (choice[0] == 'v') {
+    FG_GetDevVersion(port, box, 9600, version);
+  } else if (choice[0] == 's') {
+    FG_GetDevSn(port, box, 9600, sn);
+  } else if (choice[0] == 'p') {
+    FG_CheckPressed(port, box, 9600);
+  } else if (choice[0] == 'f') {
+    result =
+        FG_GetFeature(port, box, 9600, timeout_s, feature, &length, message);
+    MUST(result != 0 || IsText(feature, length));
+  } else {
+    const auto enrol = choice[0] == 'g' ? FG_TipsGetTemplate : FG_GetTemplate;
+    result = enrol(port, box, 9600, timeout_s, tmpl, &length, message);
+    MUST(result != 0 || IsText(tmpl, length));
+    MUST(result != 0 || FG_FpMatch(tmpl, tmpl, 0) >= 0);
   }
-}
-
-void Call(const std::string& choice, const char* port) {
-  const char kind = choice.empty() ? 'v' : choice[0];
-  const int timeout_s = choice.size() > 1 ? choice[1] - '0' : 3;
-  const char* const box = choice.size() > 2 ? choice.c_str() + 2 : "";
-  Buffers buffers;
-  switch (kind) {
-    case 'v':
-      FG_GetDevVersion(port, box, 9600, buffers.version);
-      return;
-    case 's':
-      FG_GetDevSn(port, box, 9600, buffers.sn);
-      return;
-    case 'p':
-      FG_CheckPressed(port, box, 9600);
-      return;
-    case 'f':
-      return Capture(port, box, timeout_s, buffers.message);
-    default:
-      return Enrol(kind == 'g', port, box, timeout_s, buffers.message);
-  }
-}
-
-int LowestFreeDescriptor() {
-  const int fd = dup(0);
-  close(fd);
-  return fd;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
-  const int descriptor = LowestFreeDescriptor();
+  const int lowest_free_descriptor = dup(0);
+  close(lowest_free_descriptor);
   {
-    Reader reader;
-    g_reader = &reader;
     const std::string choice = input.Line();
-    while (!input.Empty()) reader.Script(input.Line());
+    Reader reader(input);
+    g_reader = &reader;
     Call(choice, reader.Port());
   }
-  MUST(LowestFreeDescriptor() == descriptor);
   const int lock = cx_file_lock();
-  MUST(lock >= 0);
+  MUST(lock == lowest_free_descriptor);
   cx_file_unlock(lock);
   return 0;
 }

@@ -2,6 +2,7 @@
 #ifndef FUZZ_FUZZING_H_
 #define FUZZ_FUZZING_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -24,48 +25,31 @@ namespace fuzzing {
 // Takes an input apart from its front; gives zeros when nothing is left.
 class Input {
  public:
-  Input(const uint8_t* data, size_t size) : at_(data), left_(size) {}
+  Input(const uint8_t* data, size_t size)
+      : left_(reinterpret_cast<const char*>(data), size) {}
 
-  size_t Left() const { return left_; }
-  bool Empty() const { return left_ == 0; }
+  bool Empty() const { return left_.empty(); }
 
-  uint8_t Byte() {
-    uint8_t byte = 0;
-    Take(&byte, 1);
-    return byte;
-  }
-  int32_t Int32() {
-    int32_t value = 0;
-    Take(&value, sizeof value);
-    return value;
-  }
   // What is there of that many bytes.
-  size_t Take(void* out, size_t bytes) {
-    const size_t taken = bytes < left_ ? bytes : left_;
-    if (taken > 0) std::memcpy(out, at_, taken);
-    at_ += taken;
-    left_ -= taken;
-    return taken;
+  void Take(void* out, size_t bytes) {
+    left_.remove_prefix(left_.copy(static_cast<char*>(out), bytes));
+  }
+  template <typename Number>
+  Number Take() {
+    Number number = 0;
+    Take(&number, sizeof number);
+    return number;
   }
   // Up to the next line end, which is left out.
   std::string Line() {
-    const std::string_view rest(reinterpret_cast<const char*>(at_), left_);
-    const size_t end = rest.find('\n');
-    const std::string line(rest.substr(0, end));
-    const size_t used = end == std::string_view::npos ? left_ : end + 1;
-    at_ += used;
-    left_ -= used;
+    const std::string line(left_.substr(0, left_.find('\n')));
+    left_.remove_prefix(std::min(line.size() + 1, left_.size()));
     return line;
   }
-  std::string Rest() {
-    std::string rest(left_, '\0');
-    Take(rest.data(), left_);
-    return rest;
-  }
+  std::string Rest() const { return std::string(left_); }
 
  private:
-  const uint8_t* at_;
-  size_t left_;
+  std::string_view left_;
 };
 
 }  // namespace fuzzing
