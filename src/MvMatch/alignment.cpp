@@ -128,7 +128,7 @@ int32_t GetBestIndex(const OffsetVotes votes, Range range) {
   return window < 0 ? 0 : LargestInWindow(votes, begin + window);
 }
 
-// Truncates toward zero, as the division of the method does.
+// Truncates toward zero.
 int32_t Unscale(int32_t n) { return n / kSineScale; }
 
 void TurnPoints(const MinutiaeVector& minutiae, int32_t theta, Points* out) {
@@ -194,10 +194,10 @@ void Vote(const FirstPrint& first, const SecondPrint& second,
   for (int32_t i = 0; i < candidates.count; ++i) {
     const StickEnds r = first.ends[FirstStickOf(candidates.packed[i])];
     const StickEnds v = second.pairs.ends[SecondStickOf(candidates.packed[i])];
-    const int32_t tx1 = p.x[r.first] - q.x[v.first];
-    const int32_t ty1 = p.y[r.first] - q.y[v.first];
-    const int32_t tx2 = p.x[r.second] - q.x[v.second];
-    const int32_t ty2 = p.y[r.second] - q.y[v.second];
+    const int32_t tx1 = p.x[r.from] - q.x[v.from];
+    const int32_t ty1 = p.y[r.from] - q.y[v.from];
+    const int32_t tx2 = p.x[r.to] - q.x[v.to];
+    const int32_t ty2 = p.y[r.to] - q.y[v.to];
     if ((AgreeOnOffset(tx1, tx2) & AgreeOnOffset(ty1, ty2)) == 0) continue;
     const auto score = static_cast<int16_t>(ScoreOf(candidates.packed[i]));
     const int32_t x_bin = (tx1 + tx2) / 2 + kMaxOffsetCells;
@@ -215,7 +215,7 @@ void MovePoints(int32_t tx, int32_t ty, int32_t count, Points* points) {
 }
 
 // 8 up to a distance of 80 from the mean point, then one more for each 10, 15
-// from 140 on: the method's root, division and clamp, told from the square.
+// from 140 on; told from the square, without a root.
 int16_t ToleranceAt(int32_t squared_distance) {
   int32_t tolerance = kMinToleranceCells;
   for (int32_t t = kMinToleranceCells; t < kMaxToleranceCells; ++t) {
@@ -268,7 +268,7 @@ void KeepNear(const FirstPrint& first, const SecondPrint& second,
     const StickEnds r = first.ends[FirstStickOf(c)];
     const StickEnds v = second.pairs.ends[SecondStickOf(c)];
     candidates->packed[n] = c;
-    n += space.near[v.first][r.first] & space.near[v.second][r.second];
+    n += space.near[v.from][r.from] & space.near[v.to][r.to];
   }
   candidates->count = n;
 }

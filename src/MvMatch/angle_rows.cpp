@@ -31,7 +31,7 @@ struct Rows {
     std::memset(angle + kHalf * kBytes, 0, kFullTurnDegrees * kBytes);
     const int32_t end = std::min(begin + 8 * kBytes, print.segment_count);
     for (int32_t segment = begin; segment < end; ++segment) {
-      const int32_t at = print.traits[2 * segment + order].first_angle;
+      const int32_t at = print.traits[2 * segment + order][kFromAngle];
       const int32_t degrees = at == kFullTurnDegrees ? 0 : at;
       uint8_t& byte = angle[(degrees + kHalf) * kBytes + (segment - begin) / 8];
       byte = static_cast<uint8_t>(byte | 1 << segment % 8);

@@ -21,7 +21,7 @@ int32_t FingerMatcher::Compare(const WorkingForm& first,
   if (candidates.count > kMaxKept) KeepFirst(kMaxKept, second_, &candidates);
   Move(first_, second_, &alignment_, &candidates);
   const int32_t total = SumGroups(candidates, &work_.forest, &group_sticks_);
-  return std::min(total / 10, kMaxScore);
+  return std::min(total / kTotalPerPoint, kMaxScore);
 }
 
 }  // namespace corvex

@@ -1,4 +1,7 @@
-// The comparison, fast: results equal the plain method's on every input.
+// The comparison that docs/matcher.md explains, fast. Its results equal those
+// of the plain form (tests/reference) on every input;
+// docs/matcher-performance.md says by which tricks, and why they change
+// nothing.
 #ifndef SRC_MVMATCH_FINGER_MATCHER_H_
 #define SRC_MVMATCH_FINGER_MATCHER_H_
 

@@ -17,14 +17,17 @@ struct Runs {
   }
 };
 
-// Directions turned by half a turn, ends exchanged.
+// The traits of the stick the other way round: ends exchanged, and what says
+// where the stick points turned by half a turn.
 Lanes Reversed(Lanes traits) {
-  constexpr Lanes kHalfTurn = {180, 180, 0, 0, 180, 0, 0, 0};
-  constexpr Lanes kFullTurn = {360, 360, 0, 0, 360, 0, 0, 0};
-  const Lanes turned =
-      __builtin_shufflevector(traits, traits, 1, 0, 3, 2, 4, 5, 7, 6) +
-      kHalfTurn;
-  return turned - ((turned >= Splat(kFullTurnDegrees)) & kFullTurn);
+  const Lanes exchanged = __builtin_shufflevector(
+      traits, traits, kToAngle, kFromAngle, kToDirection, kFromDirection,
+      kDirection, kLengthCode, kToMark, kFromMark);
+  Lanes turns{};
+  turns[kFromAngle] = turns[kToAngle] = turns[kDirection] = -1;
+  const Lanes turned = exchanged + (turns & Splat(kHalfTurnDegrees));
+  const Lanes beyond = turned >= Splat(kFullTurnDegrees);
+  return turned - (beyond & turns & Splat(kFullTurnDegrees));
 }
 
 // Places `start` where each length's segments begin; its last element is the
@@ -33,7 +36,7 @@ void CountLengths(const MinutiaPairs& pairs, int32_t pair_count,
                   uint16_t start[kStickLengths + 1]) {
   uint16_t count[kStickLengths + 1] = {};
   for (int32_t i = 0; i < pair_count; ++i) {
-    ++count[pairs.traits[i].length_code];
+    ++count[pairs.traits[i][kLengthCode]];
   }
   uint16_t total = 0;
   for (int32_t code = 0; code <= kStickLengths; ++code) {
@@ -51,16 +54,16 @@ void PlaceSticks(const MinutiaPairs& pairs, int32_t pair_count,
   for (int32_t i = 0; i < pair_count; ++i) {
     const Lanes traits = LoadLanes(&pairs.traits[i]);
     const StickEnds ends = pairs.ends[i];
-    const int32_t stick = 2 * next[pairs.traits[i].length_code]++;
+    const int32_t stick = 2 * next[pairs.traits[i][kLengthCode]]++;
     StoreLanes(&print->traits[stick], traits);
     StoreLanes(&print->traits[stick + 1], Reversed(traits));
     print->ends[stick] = ends;
-    print->ends[stick + 1] = {ends.second, ends.first};
+    print->ends[stick + 1] = {ends.to, ends.from};
   }
   print->segment_count = start[kStickLengths];
   // The table has no room for the very last stick: it shall pair with none.
   if (2 * print->segment_count > kMaxSticks) {
-    print->traits[kMaxSticks].first_mark = kNeverMark;
+    print->traits[kMaxSticks][kFromMark] = kNeverMark;
   }
 }
 

@@ -1,6 +1,6 @@
-// Every number that the comparison method fixes, with its unit. Coordinates
-// and lengths are in the record's own units ("cells"; the reader does not say
-// how large one is), angles in whole degrees.
+// Every number of the comparison, with its unit; docs/matcher.md shows what
+// each does. Coordinates and lengths are in the record's own units ("cells";
+// the reader does not say how large one is), angles in whole degrees.
 #ifndef SRC_MVMATCH_LIMITS_H_
 #define SRC_MVMATCH_LIMITS_H_
 
@@ -24,17 +24,20 @@ constexpr int32_t kMinStickCells = 35;
 constexpr int32_t kMaxStickCells = 235;
 constexpr int32_t kStickLengths = kMaxStickCells - kMinStickCells + 1;
 constexpr int32_t kMaxPairsPerLength = 50;
-constexpr int32_t kMaxSticks = 2449;
 constexpr int32_t kMaxMinutiaPairs = kMaxMinutiae * (kMaxMinutiae - 1) / 2;
+constexpr int32_t kMaxSticks = 2 * kMaxMinutiaPairs - 1;  // 2449: all but one
 
 // Stick pairing.
 constexpr int32_t kMaxLengthDifferenceCells = 14;
 constexpr int32_t kMaxAngleDifferenceDegrees = 12;
 constexpr int32_t kMaxStickDistance = 20;  // root of the three squares' sum
 constexpr int32_t kBestCloseness = kMaxStickDistance + 1;
-constexpr int32_t kFullWeightFactor = 32;  // less the difference in weight
-constexpr int32_t kMaxCandidates = 2450;
+constexpr int32_t kFullWeightFactor = 32;   // less the difference in weight
+constexpr int32_t kPairScoreShift = 5;      // of closeness times factor: by 32
+constexpr int32_t kPairScoreRounding = 15;  // added before; not quite half
+constexpr int32_t kOtherKindTenths = 6;     // of the score, for each such end
 constexpr int32_t kMaxPairScore = 21;
+constexpr int32_t kMaxCandidates = 2 * kMaxMinutiaPairs;  // 2450
 
 // Votes.
 constexpr int32_t kFullTurnDegrees = 360;
@@ -50,6 +53,7 @@ constexpr int32_t kMinToleranceCells = 8;
 constexpr int32_t kMaxToleranceCells = 15;
 constexpr int32_t kCellsPerTolerance = 10;
 constexpr int32_t kSmallGroup = 3;  // members; adds its best score only
+constexpr int32_t kTotalPerPoint = 10;
 constexpr int32_t kMaxScore = 100;
 constexpr int32_t kSineScale = 1024;
 

@@ -22,8 +22,8 @@ constexpr int32_t kMaxSquareSum =
 constexpr int32_t kFactorBits = 6;
 constexpr int32_t kProducts = kBestCloseness * kFullWeightFactor + 1;
 
-// Every function of the method that pairing needs, by value. Closeness 0 and
-// root 0 mean rejection: an accepted pair has at least 1 of both.
+// The functions that make a pair's score, by value. Closeness 0 and root 0 mean
+// rejection: an accepted pair has at least 1 of both.
 struct Tables {
   uint8_t closeness[kMaxSquareSum + 1];
   uint8_t root[(kFullWeightFactor + 1) << kFactorBits];
@@ -44,10 +44,11 @@ constexpr Tables MakeTables() {
     }
   }
   for (int32_t p = 0; p < kProducts; ++p) {
-    const int32_t score = (15 + p) >> 5;
-    t.score[p] = static_cast<uint8_t>(score);
-    t.score[kProducts + p] = static_cast<uint8_t>(score * 6 / 10);
-    t.score[2 * kProducts + p] = static_cast<uint8_t>(score * 6 / 10 * 6 / 10);
+    int32_t score = (kPairScoreRounding + p) >> kPairScoreShift;
+    for (int32_t kinds = 0; kinds <= 2; ++kinds) {
+      t.score[kinds * kProducts + p] = static_cast<uint8_t>(score);
+      score = score * kOtherKindTenths / 10;
+    }
   }
   return t;
 }
@@ -71,8 +72,8 @@ struct EightPairs {
   uint16_t square_sum[kLanes];
   int16_t factors[kLanes];  // index of Tables::root
   int16_t kinds[kLanes];    // ends of different kind, times kProducts
-  int16_t first_rotation[kLanes];
-  int16_t second_rotation[kLanes];
+  int16_t from_rotation[kLanes];
+  int16_t to_rotation[kLanes];
   int16_t rotation[kLanes];
 };
 
@@ -95,27 +96,28 @@ UnsignedLanes Squares(Lanes n) {
 
 void CompareEight(const FirstPrint& first, const SecondPrint& second,
                   const uint32_t* place, EightPairs* out) {
-  Lanes d[kLanes];
+  Lanes d[kLanes];  // differences: by pair, after the transposition by trait
   for (int32_t k = 0; k < kLanes; ++k) {
     d[k] = LoadLanes(&first.traits[FirstStickOf(place[k])]) -
            LoadLanes(&second.pairs.traits[SecondStickOf(place[k])]);
   }
   Transpose(d);
-  const Lanes a = AngleDifferences(d[0]);
-  const Lanes b = AngleDifferences(d[1]);
-  StoreLanes(out->square_sum, Squares(a) + Squares(b) + Squares(d[5]));
-  StoreLanes(out->rotation, Lift(d[4]));
-  StoreLanes(out->first_rotation, Lift(d[2]));
-  StoreLanes(out->second_rotation, Lift(d[3]));
-  const MarkDifference ma = CompareMarks(d[6]);
-  const MarkDifference mb = CompareMarks(d[7]);
-  StoreLanes(out->factors, ma.factor << kFactorBits | mb.factor);
-  StoreLanes(out->kinds, (ma.other_kind + mb.other_kind) * kProducts);
+  const Lanes from = AngleDifferences(d[kFromAngle]);
+  const Lanes to = AngleDifferences(d[kToAngle]);
+  StoreLanes(out->square_sum,
+             Squares(from) + Squares(to) + Squares(d[kLengthCode]));
+  StoreLanes(out->rotation, Lift(d[kDirection]));
+  StoreLanes(out->from_rotation, Lift(d[kFromDirection]));
+  StoreLanes(out->to_rotation, Lift(d[kToDirection]));
+  const MarkDifference a = CompareMarks(d[kFromMark]);
+  const MarkDifference b = CompareMarks(d[kToMark]);
+  StoreLanes(out->factors, a.factor << kFactorBits | b.factor);
+  StoreLanes(out->kinds, (a.other_kind + b.other_kind) * kProducts);
 }
 
 void AddVotes(const EightPairs& e, int32_t k, uint32_t score, uint32_t* votes) {
-  votes[e.first_rotation[k]] += score;
-  votes[e.second_rotation[k]] += score;
+  votes[e.from_rotation[k]] += score;
+  votes[e.to_rotation[k]] += score;
 }
 
 void VoteAgain(const FirstPrint& first, const SecondPrint& second,
@@ -126,8 +128,8 @@ void VoteAgain(const FirstPrint& first, const SecondPrint& second,
     const uint32_t c = candidates.packed[i];
     const StickTraits& r = first.traits[FirstStickOf(c)];
     const StickTraits& v = second.pairs.traits[SecondStickOf(c)];
-    votes[lift(r.first_direction - v.first_direction)] += ScoreOf(c);
-    votes[lift(r.second_direction - v.second_direction)] += ScoreOf(c);
+    votes[lift(r[kFromDirection] - v[kFromDirection])] += ScoreOf(c);
+    votes[lift(r[kToDirection] - v[kToDirection])] += ScoreOf(c);
   }
 }
 
@@ -158,7 +160,7 @@ constexpr int32_t kLengthBits = 8;
 uint32_t OrderKey(const SecondPrint& second, uint32_t c) {
   const uint32_t pair = SecondStickOf(c);
   const auto length =
-      static_cast<uint32_t>(second.pairs.traits[pair].length_code);
+      static_cast<uint32_t>(second.pairs.traits[pair][kLengthCode]);
   return (FirstStickOf(c) << kLengthBits | length) << kSecondStickBits | pair;
 }
 
@@ -230,15 +232,15 @@ void Expand(const FirstPrint& first, const SecondPrint& second,
 void CollectWide(const FirstPrint& first, const SecondPrint& second,
                  int32_t pair, PairingSpace* space) {
   const StickTraits& stick = second.pairs.traits[pair];
-  const Band band = first.band[stick.length_code];
+  const Band band = first.band[stick[kLengthCode]];
   const int32_t end = std::min<int32_t>(band.end, space->segment_limit);
   const int32_t half = first.row_bytes / 2;
   const RowPair row = RowsOf(first, stick);
   uint64_t mask = ~uint64_t{0} << band.begin % 8;
   for (int32_t bit = band.begin / 8 * 8; bit < end; bit += 64) {
     if (end - bit < 64) mask &= ~(~uint64_t{0} << (end - bit));
-    const uint8_t* const p = row.first + bit / 8;
-    const uint8_t* const q = row.second + bit / 8;
+    const uint8_t* const p = row.from + bit / 8;
+    const uint8_t* const q = row.to + bit / 8;
     AppendHit(LoadWord(p) & LoadWord(q + half) & mask,
               PlaceOf(bit, false, pair), &space->hits);
     AppendHit(LoadWord(p + half) & LoadWord(q) & mask, PlaceOf(bit, true, pair),

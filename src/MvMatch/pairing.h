@@ -35,7 +35,7 @@ struct Hits {
   uint32_t place[kMaxHits + kLanes];
 };
 
-// The method's limit, and room to go beyond it before the order decides.
+// Room to go beyond the limit before the order of the tables decides.
 constexpr int32_t kCandidateRoom = 4096;
 static_assert(kCandidateRoom > kMaxCandidates, "");
 

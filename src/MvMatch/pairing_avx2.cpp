@@ -68,11 +68,11 @@ __attribute__((target("avx2,popcnt"))) void CollectNarrowAvx2(
   auto n = static_cast<size_t>(hits->count);
   for (int32_t pair = begin; pair < end; ++pair) {
     const StickTraits& stick = second.pairs.traits[pair];
-    const int32_t byte = first.band[stick.length_code].begin / 8;
-    const __m256i mask = Load(first.band_mask[stick.length_code]);
+    const int32_t byte = first.band[stick[kLengthCode]].begin / 8;
+    const __m256i mask = Load(first.band_mask[stick[kLengthCode]]);
     const RowPair row = RowsOf(first, stick);
-    const uint8_t* const p = row.first + byte;
-    const uint8_t* const q = row.second + byte;
+    const uint8_t* const p = row.from + byte;
+    const uint8_t* const q = row.to + byte;
     const __m256i forward =
         _mm256_and_si256(_mm256_and_si256(Load(p), mask), Load(q + half));
     const __m256i backward =

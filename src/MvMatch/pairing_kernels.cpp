@@ -9,11 +9,11 @@ void CollectNarrowPortable(const FirstPrint& first, const SecondPrint& second,
   const int32_t half = first.row_bytes / 2;
   for (int32_t pair = begin; pair < end; ++pair) {
     const StickTraits& stick = second.pairs.traits[pair];
-    const int32_t byte = first.band[stick.length_code].begin / 8;
-    const uint64_t* const mask = first.band_mask[stick.length_code];
+    const int32_t byte = first.band[stick[kLengthCode]].begin / 8;
+    const uint64_t* const mask = first.band_mask[stick[kLengthCode]];
     const RowPair row = RowsOf(first, stick);
-    const uint8_t* p = row.first + byte;
-    const uint8_t* q = row.second + byte;
+    const uint8_t* p = row.from + byte;
+    const uint8_t* q = row.to + byte;
     for (int32_t word = 0; word < kNarrowWords; ++word, p += 8, q += 8) {
       const int32_t bit = 8 * byte + 64 * word;
       AppendHit(LoadWord(p) & LoadWord(q + half) & mask[word],

@@ -51,13 +51,13 @@ inline void AppendHit(uint64_t word, uint32_t place, Hits* hits) {
 
 // The rows that answer for one stick of the second print.
 struct RowPair {
-  const uint8_t* first;   // of its first relative angle
-  const uint8_t* second;  // opposite its second relative angle
+  const uint8_t* from;  // of its kFromAngle
+  const uint8_t* to;    // opposite its kToAngle
 };
 
 inline RowPair RowsOf(const FirstPrint& first, const StickTraits& stick) {
-  return {first.rows + stick.first_angle * first.row_bytes,
-          first.rows + OppositeOf(stick.second_angle) * first.row_bytes};
+  return {first.rows + stick[kFromAngle] * first.row_bytes,
+          first.rows + OppositeOf(stick[kToAngle]) * first.row_bytes};
 }
 
 }  // namespace corvex

@@ -50,27 +50,26 @@ void FindEight(const Fields& f, const SegmentTable& table, int32_t i, int32_t j,
     segment[k] = table.Packed(static_cast<uint16_t>(place[k]));
   }
   const Lanes direction = Directions(dx, dy, segment >> 8);
-  const Lanes second_direction = LoadLanes(f.direction + j);
-  const Lanes first_direction = Splat(f.direction[i]);
-  Lanes traits[kLanes] = {Lift(direction - first_direction),
-                          Lift(direction - second_direction),
-                          first_direction,
-                          second_direction,
-                          direction,
-                          segment & Splat(0xFF),
-                          Splat(f.mark[i]),
-                          LoadLanes(f.mark + j)};
+  Lanes traits[kTraits];
+  traits[kFromDirection] = Splat(f.direction[i]);
+  traits[kToDirection] = LoadLanes(f.direction + j);
+  traits[kFromAngle] = Lift(direction - traits[kFromDirection]);
+  traits[kToAngle] = Lift(direction - traits[kToDirection]);
+  traits[kDirection] = direction;
+  traits[kLengthCode] = segment & Splat(0xFF);
+  traits[kFromMark] = Splat(f.mark[i]);
+  traits[kToMark] = LoadLanes(f.mark + j);
   Transpose(traits);
   std::memcpy(out, traits, sizeof traits);
 }
 
 void CloseFullBuckets(int32_t room, int32_t count, StickTraits* traits) {
   uint16_t taken[kNoStick + 1] = {};
-  for (int32_t i = 0; i < count; ++i) ++taken[traits[i].length_code];
+  for (int32_t i = 0; i < count; ++i) ++taken[traits[i][kLengthCode]];
   if (*std::max_element(taken, taken + kNoStick) <= room) return;
   std::fill(taken, taken + kNoStick, uint16_t{0});
   for (int32_t i = 0; i < count; ++i) {
-    int16_t& code = traits[i].length_code;
+    int16_t& code = traits[i][kLengthCode];
     if (taken[code]++ >= room) code = kNoStick;
   }
 }

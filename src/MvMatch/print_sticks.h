@@ -11,20 +11,29 @@
 
 namespace corvex {
 
-// What pairing compares: one lane each, subtracted all at once. What belongs to
-// the two ends lies side by side, so that exchanging them is cheap. Angles are
-// in degrees; 360 may stand for 0, as only differences modulo 360 count.
-struct alignas(16) StickTraits {
-  int16_t first_angle;       // against the first minutia's direction
-  int16_t second_angle;      // against the second minutia's direction
-  int16_t first_direction;   // of the first minutia
-  int16_t second_direction;  // of the second minutia
-  int16_t direction;         // of the stick
-  int16_t length_code;       // cells less kMinStickCells; kNoStick: no stick
-  int16_t first_mark;        // weight, and kKindMark for kind 2
-  int16_t second_mark;
+// What pairing compares of a stick: one lane each, subtracted all at once. What
+// belongs to the two ends lies side by side, so that exchanging them is cheap.
+// Angles are in degrees; 360 may stand for 0, as only differences modulo 360
+// count.
+enum Trait : int32_t {
+  kFromAngle,      // the stick's direction against the first minutia's
+  kToAngle,        // the same against the second minutia's
+  kFromDirection,  // the first minutia's
+  kToDirection,    // the second minutia's
+  kDirection,      // the stick's
+  kLengthCode,     // cells less kMinStickCells; kNoStick: no stick
+  kFromMark,       // the first minutia's weight, and kKindMark for kind 2
+  kToMark,
+  kTraits
 };
-static_assert(sizeof(StickTraits) == sizeof(Lanes), "one lane a trait");
+static_assert(kTraits == kLanes, "one lane a trait");
+
+struct alignas(16) StickTraits {
+  int16_t lane[kTraits];
+
+  int16_t& operator[](Trait trait) { return lane[trait]; }
+  int16_t operator[](Trait trait) const { return lane[trait]; }
+};
 
 constexpr int32_t kKindMark = 256;
 // A mark that differs from every minutia's by more than weights may.
@@ -32,8 +41,8 @@ constexpr int32_t kNeverMark = 160;
 static_assert(kNeverMark - kMaxWeight >= kFullWeightFactor, "pairs with none");
 
 struct StickEnds {
-  uint8_t first;  // minutia index
-  uint8_t second;
+  uint8_t from;  // minutia index
+  uint8_t to;
 };
 
 // Every pair of minutiae i < j, sticks or not, i ascending, then j ascending.

@@ -17,8 +17,8 @@ int32_t Length(int32_t dx, int32_t dy) {
       std::sqrt(static_cast<double>(dx * dx + dy * dy)));
 }
 
-// Written as the method has it, its short value of pi included: that decides
-// to which side the exact diagonals fall.
+// Deliberate: the short value of pi decides to which side the exact diagonals
+// fall. Scores depend on it.
 int32_t Steepness(int32_t dx, int32_t dy) {
   if (dx == 0) return 90;
   const double slope = static_cast<double>(dy) / dx;

@@ -74,8 +74,7 @@ void FillGroups(const Candidates& candidates, GroupForest* forest,
   ClearSticks(candidates, sticks);
 }
 
-// The method takes as many best scores as the side with fewer sticks has
-// sticks, one for each: that is each of those sticks once, in whatever order.
+// Each stick of the side that has fewer adds its best score.
 int32_t ScoreOf(const Group& group) {
   if (group.members <= kSmallGroup) return group.best;
   return group.first_sticks <= group.second_sticks ? group.first_total

@@ -28,11 +28,13 @@ TEST(Sticks, EveryLengthAndDirectionIsThePlainOnes) {
       const corvex::StickTraits& stick = pairs->traits[0];
       const auto plain = corvex::plain::GetBeteenStick(
           {print.entry[0], print.entry[1]}, true, &met);
-      const bool is_stick = stick.length_code != corvex::kNoStick;
+      const bool is_stick = stick[corvex::kLengthCode] != corvex::kNoStick;
       ASSERT_EQ(plain.size(), is_stick ? 1u : 0u) << dx << ' ' << dy;
       if (!is_stick) continue;
-      ASSERT_EQ(plain[0].length, stick.length_code + 35) << dx << ' ' << dy;
-      ASSERT_EQ(plain[0].direction, stick.direction) << dx << ' ' << dy;
+      ASSERT_EQ(plain[0].length, stick[corvex::kLengthCode] + 35)
+          << dx << ' ' << dy;
+      ASSERT_EQ(plain[0].direction, stick[corvex::kDirection])
+          << dx << ' ' << dy;
     }
   }
 }

@@ -158,7 +158,7 @@ class Comparison {
     KeepNear();
     int32_t total = 0;
     while (!candidates_.empty()) total += GroupScore(TakeGroup(&candidates_));
-    return std::min(total / 10, kMaxScore);
+    return std::min(total / kTotalPerPoint, kMaxScore);
   }
 
  private:
@@ -191,9 +191,10 @@ class Comparison {
     const int32_t wa = WeightFactor(*r.from, *v.from);
     const int32_t wb = WeightFactor(*r.to, *v.to);
     if (wa <= 0 || wb <= 0) return;
-    int32_t score = (15 + closeness * _Sqrt(wa * wb)) >> 5;
-    if (r.from->kind != v.from->kind) score = score * 6 / 10;
-    if (r.to->kind != v.to->kind) score = score * 6 / 10;
+    int32_t score =
+        (kPairScoreRounding + closeness * _Sqrt(wa * wb)) >> kPairScoreShift;
+    if (r.from->kind != v.from->kind) score = score * kOtherKindTenths / 10;
+    if (r.to->kind != v.to->kind) score = score * kOtherKindTenths / 10;
 
     candidates_.push_back({&r, &v, score});
     rotation_votes_[Lifted(r.from->direction - v.from->direction)] += score;
