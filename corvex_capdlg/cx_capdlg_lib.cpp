@@ -89,10 +89,8 @@ int32_t Stop() {
   return m_smo_opt.sm_opt_uninit();
 }
 
-// A picture is given, is not given, or cannot be sent.
-bool IsGoodImage(const void* data, int32_t len) {
-  return len <= 0 || (data != nullptr && IsImageLength(len));
-}
+// A picture that is not given is none to refuse.
+bool IsGoodLength(int32_t len) { return len <= 0 || IsImageLength(len); }
 
 bool AreGoodArguments(int32_t kind, const void* data1, int32_t len1,
                       const void* data2, int32_t len2) {
@@ -100,8 +98,7 @@ bool AreGoodArguments(int32_t kind, const void* data1, int32_t len1,
   if (len2 > 0 && data2 == nullptr) return false;
   if (kind == SMO_SET_MSG) return data1 != nullptr;
   if (kind != SMO_SET_IMAGES) return true;
-  return (len1 > 0 || len2 > 0) && IsGoodImage(data1, len1) &&
-         IsGoodImage(data2, len2);
+  return (len1 > 0 || len2 > 0) && IsGoodLength(len1) && IsGoodLength(len2);
 }
 
 void StageImage(const void* data, int32_t len, int32_t* staged_len,

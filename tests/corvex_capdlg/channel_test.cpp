@@ -43,6 +43,12 @@ bool CanLock(const char* path, int32_t timeout_ms) {
   return lock.mutex_lock() == 0 && lock.mutex_unlock() == 0;
 }
 
+int LowestFreeFile() {
+  const int file = dup(2);
+  close(file);
+  return file;
+}
+
 // Process 1 may take a moment to note its end.
 bool IsGone(pid_t process) {
   return support::Eventually([&] { return kill(process, 0) != 0; });
@@ -59,7 +65,7 @@ int32_t Start(StandIn behaviour = StandIn::kObeys) {
 }
 
 int32_t SendText(const char* text) {
-  return cx_dlg_send_data(SMO_SET_MSG, text, 1, nullptr, 0);
+  return cx_dlg_send_data(SMO_SET_MSG, text, 0, nullptr, 0);
 }
 
 int32_t SendImages(const void* first, int32_t len1, const void* second,
@@ -163,15 +169,15 @@ TEST_F(Channel, TheBlockIsAttachedOnceOpenToAllAndItsOwnerRemovesIt) {
   support::WriteFile(kSegmentPath, "");
   Create();
   for (int i = 0; i < 9; ++i) EXPECT_EQ("-4", Taken());
-  const int block = shmget(ftok(kSegmentPath, 'A'), 0, 0);
+  const key_t key = ftok(kSegmentPath, 'A');
   shmid_ds info{};
-  EXPECT_EQ(0, shmctl(block, IPC_STAT, &info));
+  EXPECT_EQ(0, shmctl(shmget(key, 0, 0), IPC_STAT, &info));
   EXPECT_EQ(0666, info.shm_perm.mode & 0777);
   EXPECT_EQ(2u, info.shm_nattch);
   EXPECT_EQ(0, m_smo_opt.sm_opt_uninit());  // the window's
-  EXPECT_EQ(0, shmctl(block, IPC_STAT, &info));
+  EXPECT_NE(-1, shmget(key, 0, 0));
   EXPECT_EQ(0, driver_.sm_opt_uninit());
-  EXPECT_EQ(-1, shmctl(block, IPC_STAT, &info));
+  EXPECT_EQ(-1, shmget(key, 0, 0));
 }
 
 TEST_F(Channel, WhatAKilledHostLeftPendingIsDropped) {
@@ -225,13 +231,12 @@ TEST(BlockLock, HasOneHolderAtATimeAndCostsNoDescriptors) {
   holder.mutex_init("/tmp/lock", 0);
   EXPECT_EQ(0, holder.mutex_lock());
   EXPECT_EQ(0, holder.mutex_lock());  // does not wait for itself
-  const int free_file = dup(2);
-  close(free_file);
+  const int free_file = LowestFreeFile();
   EXPECT_FALSE(CanLock("/tmp/lock", 0));
   EXPECT_FALSE(CanLock("/none/lock", INT_MAX));
-  EXPECT_EQ(free_file, dup(2));
+  EXPECT_EQ(free_file, LowestFreeFile());
   EXPECT_EQ(0, holder.mutex_unlock());
-  EXPECT_EQ(0, dup(2));
+  EXPECT_EQ(0, LowestFreeFile());
   EXPECT_TRUE(CanLock("/tmp/lock", 0));
 }
 
@@ -273,7 +278,9 @@ TEST_F(Channel, AProgramThatClosesIsMissedAndNoSignalHidesOneThatRuns) {
   sigaction(SIGALRM, &action, nullptr);
   const itimerval often{{0, 2000}, {0, 2000}};
   setitimer(ITIMER_REAL, &often, nullptr);
+  const int free_file = LowestFreeFile();
   for (int i = 0; i < 20; ++i) EXPECT_EQ(0, SendText("text"));
+  EXPECT_EQ(free_file, LowestFreeFile());
   EXPECT_EQ(0, cx_dlg_send_data(SMO_SET_QUIT, nullptr, 0, nullptr, 0));
   EXPECT_TRUE(IsGone(process));
   EXPECT_EQ(CX_DLG_NOT_RUNNING, SendText("text"));
