@@ -30,8 +30,8 @@ class Pty {
   termios Settings() const;
 
  private:
-  int master_;
-  int keeper_;  // keeps the line's settings and bytes between two opens
+  int master_ = -1;
+  int keeper_ = -1;  // keeps the line's settings and bytes between two opens
   std::string name_;
 };
 

@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_TAB_FILE_H_
 #define TESTS_SUPPORT_TAB_FILE_H_
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,7 +12,7 @@ namespace support {
 using Fields = std::vector<std::string>;
 using Bytes = std::vector<uint8_t>;
 
-std::vector<std::string> Split(const std::string& text, char separator);
+Fields Split(const std::string& text, char separator);
 
 // One entry a line; empty when the file cannot be read.
 std::vector<Fields> ReadTabFile(const std::string& path);
@@ -20,10 +21,24 @@ std::vector<Fields> ReadTabFile(const std::string& path);
 std::vector<Fields> ReadTestData(const std::string& name);
 
 // The bytes of hex digits, padded with zeros to `least_bytes`.
-Bytes FromHex(const std::string& hex, size_t least_bytes = 0);
+inline Bytes FromHex(const std::string& hex, size_t least_bytes = 0) {
+  Bytes bytes(std::max(hex.size() / 2, least_bytes));
+  for (size_t i = 0; i < hex.size() / 2; ++i) {
+    bytes[i] =
+        static_cast<uint8_t>(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
+  }
+  return bytes;
+}
 
 // Upper-case hex digits, two a byte.
-std::string ToHex(const uint8_t* bytes, size_t count);
+inline std::string ToHex(const uint8_t* bytes, size_t count) {
+  std::string hex;
+  for (size_t i = 0; i < count; ++i) {
+    hex += "0123456789ABCDEF"[bytes[i] >> 4];
+    hex += "0123456789ABCDEF"[bytes[i] & 15];
+  }
+  return hex;
+}
 
 }  // namespace support
 
