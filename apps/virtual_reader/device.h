@@ -16,7 +16,6 @@
 namespace corvex::vreader {
 
 // A request that the reader knows; null when there is none.
-struct Command;
 const Command* FindCommand(std::string_view name);
 
 // What has happened so far.

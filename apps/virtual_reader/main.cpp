@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <exception>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -93,8 +94,8 @@ void AddOptions(CLI::App* app, Config* config) {
   app->footer(kFooter);
 }
 
-void Complain(const std::string& problem) {
-  fprintf(stderr, "%s: %s\n", kProgram, problem.c_str());
+void Complain(const std::string& problem, const std::string& where = "") {
+  fprintf(stderr, "%s: %s%s\n", kProgram, where.c_str(), problem.c_str());
 }
 
 [[noreturn]] void FailFor(const std::string& what) {
@@ -114,7 +115,7 @@ std::string ReadFile(const std::string& path) {
 
 // Ends the program, which has begun nothing yet, when a file has errors.
 void Require(const std::string& path, const std::vector<std::string>& errors) {
-  for (const std::string& error : errors) Complain(path + ": " + error);
+  for (const std::string& error : errors) Complain(error, path + ": ");
   if (!errors.empty()) exit(kExitUsage);
 }
 
@@ -147,21 +148,19 @@ int BlockEndSignals() {
   return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-// Open until the program ends; null when nothing is to be traced.
-FILE* OpenTrace(const Config& config) {
+// Writes all traffic until the program ends; null when that is not wanted.
+std::function<void(const Transfer&)> OpenTrace(const Config& config) {
   if (!config.traces) return nullptr;
-  if (config.trace_path.empty()) return stderr;
-  FILE* const trace = fopen(config.trace_path.c_str(), "we");
-  if (trace == nullptr) FailFor(config.trace_path);
-  return trace;
-}
-
-void WriteTransfer(FILE* trace, const Transfer& transfer) {
-  const bool to_host = transfer.direction == Transfer::Direction::kToHost;
-  fprintf(trace, "%11.6f %s %s\n",
-          static_cast<double>(transfer.time.count()) / 1e6,
-          to_host ? "reply  " : "request", Printable(transfer.text).c_str());
-  fflush(trace);
+  const char* const path = config.trace_path.c_str();
+  FILE* const trace = *path == '\0' ? stderr : fopen(path, "we");
+  if (trace == nullptr) FailFor(path);
+  return [trace](const Transfer& transfer) {
+    const bool to_host = transfer.direction == Transfer::Direction::kToHost;
+    fprintf(trace, "%11.6f %s %s\n",
+            static_cast<double>(transfer.time.count()) / 1e6,
+            to_host ? "reply  " : "request", Printable(transfer.text).c_str());
+    fflush(trace);
+  };
 }
 
 // A link that an earlier run left behind may go; anything else is kept.
@@ -178,7 +177,7 @@ bool RunLine(const std::string& line, int number, VirtualReader* reader) {
     reader->Run(line, number);
     return true;
   } catch (const std::invalid_argument& error) {
-    Complain(std::string("standard input: ") + error.what());
+    Complain(error.what(), "standard input: ");
     return false;
   }
 }
@@ -218,9 +217,7 @@ ExitCode Serve(const Config& config) {
   const Descriptor signals(BlockEndSignals());
   if (signals.Get() < 0) FailFor("signals");
   options.keeps_trace = false;  // it would grow for days
-  if (FILE* const trace = OpenTrace(config)) {
-    options.on_transfer = [=](const auto& t) { WriteTransfer(trace, t); };
-  }
+  options.on_transfer = OpenTrace(config);
   size_t reported = 0;
   options.on_error = [&](const std::string& error) {
     ++reported;
@@ -254,12 +251,16 @@ int Main(int argc, char** argv) {
     return Serve(config);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kExitOk : kExitUsage;
-  } catch (const std::exception& error) {
-    Complain(error.what());
-    return kExitUsage;
   }
 }
 
 }  // namespace corvex::vreader
 
-int main(int argc, char** argv) { return corvex::vreader::Main(argc, argv); }
+int main(int argc, char** argv) {
+  try {
+    return corvex::vreader::Main(argc, argv);
+  } catch (const std::exception& error) {
+    corvex::vreader::Complain(error.what());
+    return corvex::vreader::kExitUsage;
+  }
+}

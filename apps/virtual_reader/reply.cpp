@@ -45,6 +45,8 @@ void Spoil(std::string* text, const Fault& fault) {
     text->insert(*fault.double_at, 1, (*text)[*fault.double_at]);
   }
   if (within(fault.truncate_at)) text->resize(*fault.truncate_at);
+  text->insert(0, fault.garbage);
+  if (within(fault.hang_up_at)) text->resize(*fault.hang_up_at);
 }
 
 }  // namespace
@@ -53,8 +55,6 @@ Delivery Deliver(const Reply& reply, const Fault& fault) {
   if (fault.silence) return {};
   std::string text = FrameText(reply, fault);
   Spoil(&text, fault);
-  text.insert(0, fault.garbage);
-  if (fault.hang_up_at) text = text.substr(0, *fault.hang_up_at);
   return {text, std::chrono::milliseconds(fault.delay.value_or(0)),
           std::chrono::milliseconds(fault.dribble.value_or(0)),
           fault.hang_up_at.has_value()};

@@ -10,7 +10,7 @@
 
 namespace corvex::vreader {
 
-struct Command;
+struct Command;  // see device.h
 
 struct Reply {
   uint8_t command = 0;

@@ -54,12 +54,11 @@ class VirtualReader {
   // without a reply is silence.
   class Exchange {
    public:
+    Exchange(VirtualReader* reader, std::string request)
+        : reader_(reader), request_(std::move(request)) {}
     Exchange& Reply(const std::string& text);
 
    private:
-    friend class VirtualReader;
-    Exchange(VirtualReader* reader, std::string request)
-        : reader_(reader), request_(std::move(request)) {}
     VirtualReader* reader_;
     std::string request_;
   };
