@@ -1,5 +1,6 @@
 #include "report.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -7,23 +8,9 @@
 namespace corvex::mvfp {
 namespace {
 
-bool IsControl(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return (byte < 0x20 && c != '\n' && c != '\t') || byte == 0x7F;
-}
-
 bool Write(const std::string& text) {
   return fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
          fflush(stdout) == 0;
-}
-
-// A reader or a file name may hold anything, so bytes that are not UTF-8 are
-// replaced: the object stays valid.
-bool WriteObject(const Config& config, bool ok, const Json& fields) {
-  Json object = {{"ok", ok}, {"command", config.command}};
-  object.update(fields);
-  return Write(object.dump(-1, ' ', false, Json::error_handler_t::replace) +
-               "\n");
 }
 
 int SayUnwritable() {
@@ -33,43 +20,51 @@ int SayUnwritable() {
 
 }  // namespace
 
-std::string Printable(const std::string& text) {
-  std::string printable = text;
-  for (char& c : printable) {
-    if (IsControl(c)) c = '?';
-  }
-  return printable;
+Failure UsageFailure(const std::string& what, const std::string& next) {
+  return {what, next, kExitUsage};
+}
+
+Failure SystemFailure(const std::string& verb, const std::string& path,
+                      const std::string& next, int exit_code) {
+  return {"cannot " + verb + " " + path + ": " + strerror(errno), next,
+          exit_code};
+}
+
+std::string Printable(std::string text) {
+  const auto is_control = [](unsigned char c) {
+    return (c < 0x20 && c != '\n' && c != '\t') || c == 0x7F;
+  };
+  std::replace_if(text.begin(), text.end(), is_control, '?');
+  return text;
 }
 
 void Say(const std::string& text) {
   fprintf(stderr, "mvfp: %s\n", Printable(text).c_str());
 }
 
-int PrintResult(const Config& config, const Json& fields,
-                const std::string& text, ExitCode exit_code) {
-  const bool written =
-      config.json ? WriteObject(config, true, fields) : Write(text);
+int Report::Result(const Json& fields, const std::string& text,
+                   int exit_code) const {
+  const bool written = json_ ? WriteObject(true, fields) : Write(text);
   return written ? exit_code : SayUnwritable();
 }
 
-int PrintFailure(const Config& config, const Failure& failure) {
+int Report::Failed(const Failure& failure) const {
   Say(failure.what);
   if (!failure.next.empty()) Say(failure.next);
-  if (!config.json) return failure.exit_code;
+  if (!json_) return failure.exit_code;
   Json error = {{"what", failure.what}, {"next", failure.next}};
   error.update(failure.details);
   const Json fields = {{"exit_code", failure.exit_code}, {"error", error}};
-  return WriteObject(config, false, fields) ? failure.exit_code
-                                            : SayUnwritable();
+  return WriteObject(false, fields) ? failure.exit_code : SayUnwritable();
 }
 
-int PrintUsage(const Config& config, const std::string& what,
-               const std::string& next) {
-  Failure failure;
-  failure.exit_code = kExitUsage;
-  failure.what = what;
-  failure.next = next;
-  return PrintFailure(config, failure);
+// A reader or a file name may hold anything, so bytes that are not UTF-8 are
+// replaced: the object stays valid.
+bool Report::WriteObject(bool ok, const Json& fields) const {
+  Json object = {{"ok", ok}, {"command", command_}};
+  object.update(fields);
+  return Write(object.dump(-1, ' ', false, Json::error_handler_t::replace) +
+               "\n");
 }
 
 }  // namespace corvex::mvfp

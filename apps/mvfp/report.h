@@ -7,8 +7,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "config.h"
-
 namespace corvex::mvfp {
 
 using Json = nlohmann::ordered_json;
@@ -21,30 +19,49 @@ enum ExitCode {      // scripts test these: add, never renumber
   kExitFailed = 4,   // anything else; standard error carries the driver's code
 };
 
+// Thrown by whoever finds that a command cannot go on; main reports it.
 struct Failure {
-  int exit_code = kExitFailed;  // or 128 and the signal that ended it
-  std::string what;             // went wrong
-  std::string next;             // to do; may be empty
+  std::string what;  // went wrong
+  std::string next;  // to do; may be empty
+  int exit_code = kExitFailed;
   Json details = Json::object();
+  int signal = 0;  // that ends the tool when this has been said
 };
 
+// A failure of what the user gave.
+Failure UsageFailure(const std::string& what, const std::string& next);
+
+// "cannot read FILE: " and the system's reason, which is in errno.
+Failure SystemFailure(const std::string& verb, const std::string& path,
+                      const std::string& next, int exit_code = kExitFailed);
+
 // Text with whatever would steer a terminal replaced by '?'.
-std::string Printable(const std::string& text);
+std::string Printable(std::string text);
 
 // One line on standard error.
 void Say(const std::string& text);
 
-// The result, as fields for --json and as text otherwise. Returns the exit
-// code, kExitFailed when standard output cannot take it.
-int PrintResult(const Config& config, const Json& fields,
-                const std::string& text, ExitCode exit_code = kExitOk);
+class Report {
+ public:
+  // `command` as "capture" or "log follow".
+  Report(std::string command, bool json) : command_(command), json_(json) {}
 
-// Returns the failure's exit code.
-int PrintFailure(const Config& config, const Failure& failure);
+  // The result, as fields for --json and as text otherwise. Returns the exit
+  // code, kExitFailed when standard output cannot take it.
+  int Result(const Json& fields, const std::string& text,
+             int exit_code = kExitOk) const;
 
-// A failure of what the user gave.
-int PrintUsage(const Config& config, const std::string& what,
-               const std::string& next);
+  // Returns the failure's exit code.
+  int Failed(const Failure& failure) const;
+
+  bool IsJson() const { return json_; }
+
+ private:
+  bool WriteObject(bool ok, const Json& fields) const;
+
+  std::string command_;
+  bool json_;
+};
 
 }  // namespace corvex::mvfp
 

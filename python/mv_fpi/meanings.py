@@ -22,19 +22,19 @@ class Meaning(NamedTuple):
     remedy: str
 
     @classmethod
-    def of(cls, entry: Dict[str, Any]) -> Meaning:
-        """From what `mvfp explain --json` says of it."""
+    def of(cls, row: Dict[str, Any]) -> Meaning:
+        """From its row in the table, which the tool mvfp reads too."""
         return cls(
-            frozenset(entry["calls"]), entry["code"], entry["name"],
-            entry["at_once"], entry["message"], entry["meaning"],
-            entry["cause"], entry["remedy"],
+            frozenset(row["calls"]), row["code"], row["name"],
+            row["at_once"], row["message"], row["meaning"],
+            row["cause"], row["remedy"],
         )
 
 
 def _load() -> Tuple[Meaning, ...]:
     table = Path(__file__).with_name("result_codes.json")
-    entries = json.loads(table.read_text(encoding="utf-8"))["meanings"]
-    return tuple(map(Meaning.of, entries))
+    rows = json.loads(table.read_text(encoding="utf-8"))
+    return tuple(map(Meaning.of, rows))
 
 
 MEANINGS = _load()

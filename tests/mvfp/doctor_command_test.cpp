@@ -205,7 +205,7 @@ const Scene kScenes[] = {
     {"LockFileIsALink",
      [](DriverSite*, Port) { return symlink("/etc", kCallLockPath); }, "PORT",
      "lock", "problem", "no regular file",
-     std::string("sudo rm -r ") + kCallLockPath},
+     std::string("sudo rm ") + kCallLockPath},
     {"LockFileIsAnothers",
      [](DriverSite*, Port) {
        support::WriteFile(kCallLockPath, "");
@@ -233,7 +233,7 @@ const Scene kScenes[] = {
        return symlink("/etc", support::DayLogPath().c_str());
      },
      "PORT", "log", "note", "no regular file",
-     "sudo rm -r " + support::DayLogPath()},
+     "sudo rm " + support::DayLogPath()},
     {"LogInOnThePort",
      [](DriverSite*, Port port) {
        return support::StartProgram("agetty", {"9600", port, "vt220"});
@@ -289,7 +289,7 @@ const Scene kScenes[] = {
      "PORT", "pgrep", "note", "missing", "sudo apt-get install procps"},
     {"WindowIsMissing", [](DriverSite*, Port) { return unlink(kWindow); },
      "PORT", "window", "note", "no /tmp/site/cx_capdlg",
-     "sudo apt-get install --reinstall libmv-fpi1"},
+     "sudo apt-get install --reinstall mv-fpi-prompt"},
     {"NoDisplay", [](DriverSite*, Port) { return unsetenv("DISPLAY"); }, "PORT",
      "display", "note", "none", "export DISPLAY=:0"},
     {"DisplayIsGone",

@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-#include <functional>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -14,9 +14,11 @@ namespace corvex::mvfp::doctor {
 struct Process {
   pid_t id = 0;
   std::string name;
-  std::vector<std::string> arguments;
   uid_t user = 0;
-  dev_t terminal = 0;  // the one that controls it
+  dev_t terminal = 0;    // the one that controls it
+  long start_ticks = 0;  // since the machine's start
+
+  std::string Entry(const char* below) const;  // "/proc/<id>/<below>"
 };
 
 struct Box {
@@ -27,9 +29,13 @@ struct Box {
 
 Box LookAround();
 
-// Null when the box has none of that id or name.
-const Process* FindProcess(const Box& box, pid_t id);
-const Process* FindProcess(const Box& box, const std::string& name);
+// The first that fits; null when none does.
+template <typename Fits>
+const Process* FindProcess(const Box& box, const Fits& fits) {
+  const auto found =
+      std::find_if(box.processes.begin(), box.processes.end(), fits);
+  return found == box.processes.end() ? nullptr : &*found;
+}
 
 // "sleep (process 12)".
 std::string Describe(const Process& process);
@@ -44,27 +50,11 @@ std::string StartOf(const Process& process);
 // end of a pseudo-terminal and so keeps both open.
 bool UsesTerminal(const Process& process, const struct stat& terminal);
 
-// The lines of its open descriptors' descriptions that tell of locks.
-std::vector<std::string> LocksOf(const Process& process);
+// The paths of what /proc says of its open descriptors: "fd" or "fdinfo".
+std::vector<std::string> Descriptors(const Process& process, const char* kind);
 
-std::string ReadText(const std::string& path);
-std::vector<std::string> Words(const std::string& text);
-
-// In a directory of PATH, or where system programs lie.
-bool HasProgram(const std::string& name);
-
-// What a child process says, for work that might end it.
-struct Said {
-  std::string text;
-  bool ended = false;  // before it could say anything
-  bool hung = false;   // it was ended after a generous while
-};
-Said AskChild(const std::function<std::string()>& work);
-
-// What a program prints on standard output, with variables ("NAME=value") added
-// to its environment.
-std::string OutputOf(const std::vector<std::string>& command,
-                     const std::vector<std::string>& variables = {});
+// What a command of the shell prints on standard output.
+std::string OutputOf(const std::string& command);
 
 }  // namespace corvex::mvfp::doctor
 

@@ -10,10 +10,12 @@
 
 namespace corvex::mvfp::doctor {
 
-enum class Level { kOk, kNote, kProblem };  // a problem: calls fail
+constexpr char kOk[] = "ok";
+constexpr char kNote[] = "note";        // calls work, with less comfort
+constexpr char kProblem[] = "problem";  // calls fail
 
 struct Finding {
-  Level level;
+  std::string level;    // one of the above
   std::string check;    // one word
   std::string text;     // what was found
   std::string command;  // that mends it; may be empty
@@ -24,33 +26,21 @@ using Findings = std::vector<Finding>;
 void CheckDriver(const Box& box, Findings* findings);
 
 // The lock that lets one call run at a time.
-void CheckLock(const Box& box, Findings* findings);
+Finding CheckLock(const Box& box);
 
 // The day's diagnostic log.
-void CheckLog(const Box& box, Findings* findings);
+Finding CheckLog();
 
 // What guided enrolment wants: the window's program, pgrep, display, font.
 void CheckWindow(const Box& box, Findings* findings);
 
+// Whether the port can be opened and whether anybody else has it open; if so,
+// who else talks on the line (log-ins, the kernel's console, modem probers),
+// and the name that the JSON entry knows the port by.
+Findings CheckPort(const Box& box, const std::string& port);
+
 // A daemon that takes adapters away.
 void CheckBraille(const Box& box, Findings* findings);
-
-// The ports of this machine that may have a reader, as names below /dev.
-std::vector<std::string> LikelyPorts();
-
-// Whether the port can be opened and whether anybody else has it open. False
-// when it cannot be opened: then the other checks of it make no sense.
-bool CheckPort(const Box& box, const std::string& port, Findings* findings);
-
-// Who else talks on the line: log-ins, the kernel's console, modem probers.
-void CheckNeighbours(const Box& box, const std::string& port,
-                     Findings* findings);
-
-// The name that the JSON entry knows the port by.
-void CheckComLink(const Box& box, const std::string& port, Findings* findings);
-
-// The command that gives the port such a name, and the package's rights.
-std::string BindCommand(const std::string& port);
 
 }  // namespace corvex::mvfp::doctor
 

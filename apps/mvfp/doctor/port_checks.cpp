@@ -1,164 +1,134 @@
-#include <fcntl.h>
-#include <glob.h>
-#include <grp.h>
-#include <pwd.h>
-#include <sys/stat.h>
+// The port, who else has it open or talks on its line, and its lasting name.
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <filesystem>
+#include <regex>
 
 #include "doctor/checks.h"
-#include "port.h"
+#include "files.h"
+#include "ports/port.h"
 
 namespace corvex::mvfp::doctor {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr char kCheck[] = "port";
-
-std::vector<std::string> Matching(const char* pattern) {
-  glob_t found{};
-  std::vector<std::string> paths;
-  if (glob(pattern, 0, nullptr, &found) == 0) {
-    paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
-  }
-  globfree(&found);
-  return paths;
+const Process* FindNamed(const Box& box, const std::string& name) {
+  return FindProcess(
+      box, [&](const Process& process) { return process.name == name; });
 }
 
-// The kernel makes ttyS* for ports that a board might have; one without a chip
-// has type 0.
-bool HasChip(const std::string& port) {
-  const std::string type = ReadText("/sys/class/tty/" + port + "/type");
-  return type.empty() || type[0] != '0';
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
 }
 
-// Does the user's entry name the group, which a log-in before that lacks?
-bool IsMember(const group& members) {
-  const passwd* const user = getpwuid(geteuid());
-  if (user == nullptr) return false;
-  for (char** name = members.gr_mem; *name != nullptr; ++name) {
-    if (std::string(*name) == user->pw_name) return true;
-  }
-  return false;
-}
-
-// Rights that only root has are those of a port that no rule knows.
-std::string RightCommand(const std::string& port, const struct stat& node) {
-  constexpr mode_t kForGroup = S_IRGRP | S_IWGRP;
-  const group* const found = getgrgid(node.st_gid);
-  if (node.st_gid == 0 || (node.st_mode & kForGroup) != kForGroup ||
-      found == nullptr) {
-    return BindCommand(port);
-  }
-  return (IsMember(*found) ? "newgrp " : "sudo adduser \"$USER\" ") +
-         std::string(found->gr_name);
-}
-
-Finding InUse(const std::string& port, const std::string& by,
-              const std::string& command) {
-  return {Level::kProblem, kCheck, port + " is in use by " + by, command};
-}
-
-Finding Unopened(const std::string& port, int error, const struct stat& node) {
-  const std::string path = "/dev/" + port;
-  if (error == EBUSY) {
-    return InUse(port, "a program that lets nobody else in",
-                 "sudo fuser -v " + path);
-  }
-  if (error == EACCES || error == EPERM) {
-    return {Level::kProblem, kCheck, "you may not open " + path,
-            RightCommand(port, node)};
-  }
-  return {Level::kProblem, kCheck, PortTrouble(port), "ls -l " + path};
-}
-
-Finding Absent(const std::string& port) {
-  const bool has_others = !LikelyPorts().empty();
-  return {Level::kProblem, kCheck, PortTrouble(port),
-          has_others ? "mvfp doctor" : "sudo dmesg | grep tty"};
-}
-
-Finding FindUser(const Box& box, const std::string& port,
+Finding CheckUse(const Box& box, const std::string& port,
                  const struct stat& node) {
-  for (const Process& process : box.processes) {
-    if (UsesTerminal(process, node)) {
-      return InUse(port, Describe(process), EndCommand(process));
-    }
+  const Process* const user = FindProcess(
+      box, [&](const Process& process) { return UsesTerminal(process, node); });
+  if (user != nullptr) {
+    return {kProblem, "port", port + " is in use by " + Describe(*user),
+            EndCommand(*user)};
   }
-  return {Level::kOk, kCheck,
+  return {kOk, "port",
           port + (geteuid() == 0 ? " is free"
                                  : " is free, as far as this user may see"),
           ""};
 }
 
-}  // namespace
+// One that asks for a log-in on this line: agetty and its kin.
+void CheckLogIn(const Box& box, const std::string& port,
+                const struct stat& node, Findings* findings) {
+  const std::string argument = '\0' + port + '\0';
+  const Process* const getty = FindProcess(box, [&](const Process& process) {
+    return std::regex_search(process.name, std::regex("getty$")) &&
+           (process.terminal == node.st_rdev ||
+            Contains(ReadText(process.Entry("cmdline")), argument));
+  });
+  if (getty == nullptr) return;
+  findings->push_back(
+      {kProblem, "console", Describe(*getty) + " offers a log-in on " + port,
+       "sudo systemctl disable --now serial-getty@" + port + ".service"});
+}
 
-std::vector<std::string> LikelyPorts() {
-  std::vector<std::string> ports;
-  for (const char* pattern :
-       {"/dev/ttyUSB*", "/dev/ttyACM*", "/dev/ttyAMA*", "/dev/ttyS[0-9]*"}) {
-    for (const std::string& path : Matching(pattern)) {
-      const std::string port = PortName(path);
-      if (HasChip(port)) ports.push_back(port);
+// Where the machine's start-up keeps the kernel's options.
+std::string ConsoleCommand(const std::string& console) {
+  for (const std::string path : {"/boot/firmware/cmdline.txt",
+                                 "/boot/cmdline.txt", "/etc/default/grub"}) {
+    if (!Contains(ReadText(path), console)) continue;
+    return "sudo sed -i 's/" + console + "[^ \"]*//' " + path +
+           (Contains(path, "grub") ? " && sudo update-grub" : "") +
+           " && sudo reboot";
+  }
+  return "sudo grep -rl " + console + " /boot /etc/default";
+}
+
+void CheckConsole(const std::string& port, Findings* findings) {
+  const std::string console = "console=" + port;
+  const std::regex option("(^|\\s)" + console + "[,\\s]");
+  if (!std::regex_search(ReadText("/proc/cmdline"), option)) return;
+  findings->push_back({kNote, "console",
+                       "the kernel prints its messages on " + port,
+                       ConsoleCommand(console)});
+}
+
+// It looks at adapters only, when they are plugged in and for a while after,
+// and keeps off those that udev's rules marked.
+void CheckModemProber(const Box& box, const std::string& port,
+                      const struct stat& node, Findings* findings) {
+  const Process* const prober = FindNamed(box, "ModemManager");
+  if (prober == nullptr || port.rfind("ttyS", 0) == 0) return;
+  const std::string marks =
+      ReadText("/run/udev/data/c" + std::to_string(major(node.st_rdev)) + ":" +
+               std::to_string(minor(node.st_rdev)));
+  const bool keeps_off = Contains(marks, "E:ID_MM_PORT_IGNORE=1\n") ||
+                         Contains(marks, "E:ID_MM_DEVICE_IGNORE=1\n");
+  findings->push_back(
+      keeps_off
+          ? Finding{kOk, "modem", Describe(*prober) + " keeps off " + port, ""}
+          : Finding{kNote, "modem",
+                    Describe(*prober) + " may talk to " + port +
+                        " when it is plugged in",
+                    BindCommand(port)});
+}
+
+Finding CheckComLink(const std::string& port, const struct stat& node) {
+  for (const std::string& com : PortsLike("COM*")) {
+    const std::string link = "/dev/" + com;
+    struct stat target {};
+    if (stat(link.c_str(), &target) == 0 && target.st_rdev == node.st_rdev) {
+      return {kOk, "link", link + " is " + port, ""};
     }
   }
-  return ports;
+  return {kNote, "link",
+          "no /dev/COM<n> is " + port +
+              ": the JSON entry (mvfp info) cannot call it",
+          BindCommand(port)};
 }
 
-bool CheckPort(const Box& box, const std::string& port, Findings* findings) {
-  const std::string path = "/dev/" + port;
-  struct stat node {};
-  if (stat(path.c_str(), &node) != 0) {
-    findings->push_back(Absent(port));
-    return false;
-  }
-  const int file =
-      open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-  if (file < 0) {
-    findings->push_back(Unopened(port, errno, node));
-    return false;
-  }
-  const bool is_terminal = isatty(file) != 0;
-  close(file);
-  findings->push_back(is_terminal
-                          ? FindUser(box, port, node)
-                          : Finding{Level::kProblem, kCheck, PortTrouble(port),
-                                    "ls -l " + path});
-  return is_terminal;
-}
+}  // namespace
 
-void CheckComLink(const Box& /*box*/, const std::string& port,
-                  Findings* findings) {
+Findings CheckPort(const Box& box, const std::string& port) {
+  const PortTrial trial = TryPort(port);
+  if (trial.error != 0) {
+    return {{kProblem, "port", trial.trouble, trial.command}};
+  }
   struct stat node {};
-  struct stat target {};
   stat(("/dev/" + port).c_str(), &node);
-  for (const std::string& link : Matching("/dev/COM*")) {
-    if (stat(link.c_str(), &target) != 0) continue;
-    if (target.st_rdev != node.st_rdev) continue;
-    std::string text = link;
-    text.append(" is ").append(port);
-    findings->push_back({Level::kOk, "link", text, ""});
-    return;
-  }
-  findings->push_back({Level::kNote, "link",
-                       "no /dev/COM<n> is " + port +
-                           ": the JSON entry (mvfp info) cannot call it",
-                       BindCommand(port)});
+  Findings findings = {CheckUse(box, port, node)};
+  CheckLogIn(box, port, node, &findings);
+  CheckConsole(port, &findings);
+  CheckModemProber(box, port, node, &findings);
+  findings.push_back(CheckComLink(port, node));
+  return findings;
 }
 
-std::string BindCommand(const std::string& port) {
-  std::error_code error;
-  int number = 1;
-  while (fs::is_symlink("/dev/COM" + std::to_string(number), error)) ++number;
-  const std::string com = std::to_string(number);
-  // No rule knows a pseudo-terminal, where a virtual reader is.
-  if (port.rfind("pts/", 0) == 0)
-    return "sudo ln -s " + port + " /dev/COM" + com;
-  return "sudo mvfp bind " + com + " --port " + port;
+void CheckBraille(const Box& box, Findings* findings) {
+  const Process* const braille = FindNamed(box, "brltty");
+  if (braille == nullptr) return;
+  findings->push_back(
+      {kNote, "braille",
+       Describe(*braille) +
+           " takes adapters for braille displays; their ports then vanish",
+       "sudo apt-get remove brltty"});
 }
 
 }  // namespace corvex::mvfp::doctor

@@ -7,24 +7,26 @@
 namespace corvex::mvfp::doctor {
 namespace {
 
-constexpr char kWindow[] = "cx_capdlg";
-
 std::string Variable(const char* name) {
   const char* const value = getenv(name);
   return value == nullptr ? "" : value;
 }
 
+bool HasProgram(const std::string& name) {
+  return !OutputOf("command -v " + name).empty();
+}
+
 Finding CheckProgram(const Box& box) {
-  const std::string path = box.directory + "/" + kWindow;
-  if (access(path.c_str(), X_OK) == 0) return {Level::kOk, "window", path, ""};
-  return {Level::kNote, "window",
+  const std::string path = box.directory + "/cx_capdlg";
+  if (access(path.c_str(), X_OK) == 0) return {kOk, "window", path, ""};
+  return {kNote, "window",
           "no " + path + ": guided enrolment goes on without its window",
-          "sudo apt-get install --reinstall libmv-fpi1"};
+          "sudo apt-get install --reinstall mv-fpi-prompt"};
 }
 
 Finding CheckPgrep() {
-  if (HasProgram("pgrep")) return {Level::kOk, "pgrep", "installed", ""};
-  return {Level::kNote, "pgrep",
+  if (HasProgram("pgrep")) return {kOk, "pgrep", "installed", ""};
+  return {kNote, "pgrep",
           "missing: guided enrolment gives its window up after 3 s",
           "sudo apt-get install procps"};
 }
@@ -39,9 +41,9 @@ bool IsAbsent(const std::string& display) {
 Finding CheckDisplay() {
   const std::string display = Variable("DISPLAY");
   const std::string wayland = Variable("WAYLAND_DISPLAY");
-  if (!wayland.empty()) return {Level::kOk, "display", wayland, ""};
-  if (!IsAbsent(display)) return {Level::kOk, "display", display, ""};
-  return {Level::kNote, "display",
+  if (!wayland.empty()) return {kOk, "display", wayland, ""};
+  if (!IsAbsent(display)) return {kOk, "display", display, ""};
+  return {kNote, "display",
           (display.empty() ? "none" : display + " does not answer") +
               std::string(": guided enrolment goes on without its window"),
           "export DISPLAY=:0"};
@@ -49,15 +51,14 @@ Finding CheckDisplay() {
 
 Finding CheckFont() {
   if (!HasProgram("fc-list")) {
-    return {Level::kNote, "font", "cannot tell, for want of fc-list",
+    return {kNote, "font", "cannot tell, for want of fc-list",
             "sudo apt-get install fontconfig"};
   }
-  const std::string fonts = OutputOf({"fc-list", ":lang=zh-cn", "family"});
+  const std::string fonts = OutputOf("fc-list :lang=zh-cn family");
   if (!fonts.empty()) {
-    return {Level::kOk, "font", fonts.substr(0, fonts.find_first_of(",\n")),
-            ""};
+    return {kOk, "font", fonts.substr(0, fonts.find_first_of(",\n")), ""};
   }
-  return {Level::kNote, "font",
+  return {kNote, "font",
           "none has Chinese characters: the window shows empty boxes",
           "sudo apt-get install fonts-wqy-microhei"};
 }
@@ -66,9 +67,8 @@ Finding CheckFont() {
 
 void CheckWindow(const Box& box, Findings* findings) {
   if (!box.directory.empty()) findings->push_back(CheckProgram(box));
-  findings->push_back(CheckPgrep());
-  findings->push_back(CheckDisplay());
-  findings->push_back(CheckFont());
+  findings->insert(findings->end(),
+                   {CheckPgrep(), CheckDisplay(), CheckFont()});
 }
 
 }  // namespace corvex::mvfp::doctor

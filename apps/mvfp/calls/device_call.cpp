@@ -1,0 +1,216 @@
+#include "calls/device_call.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <system_error>
+
+#include "ports/port.h"
+#include "report.h"
+
+namespace corvex::mvfp {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr timespec kTick = {0, 200000000};
+constexpr timespec kNoTime = {0, 0};
+// A worker that ends in any other way has crashed.
+constexpr int kDone = 3;
+
+// A reader needs a moment to answer; the longest reply takes 2.2 s.
+constexpr int kSilenceMs = 250;
+constexpr auto kLongestSettling = std::chrono::seconds(3);
+
+// The signals that end a wait, and that of the worker's end: while a call runs,
+// they are waited for.
+class HeldSignals {
+ public:
+  HeldSignals() {
+    sigemptyset(&set_);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+      sigaddset(&set_, number);
+    }
+    sigprocmask(SIG_BLOCK, &set_, &before_);
+  }
+  ~HeldSignals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+  // Which signal asked for the end within the time; 0 when none did.
+  int Wait(const timespec& time) const {
+    const int number = sigtimedwait(&set_, nullptr, &time);
+    return number < 0 || number == SIGCHLD ? 0 : number;
+  }
+
+ private:
+  sigset_t set_;
+  sigset_t before_;
+};
+
+// Remembers the port's settings while the driver works on it, so that a call
+// that is cut short leaves the port as it was and the line silent.
+class PortKeeper {
+ public:
+  explicit PortKeeper(const std::string& name) : port_(OpenPort(name)) {
+    saved_ = port_ >= 0 && tcgetattr(port_, &settings_) == 0;
+  }
+  ~PortKeeper() {
+    if (port_ >= 0) close(port_);
+  }
+
+  // Lets the reader finish what it is sending, throws that away, and puts the
+  // settings back. One more signal makes it give up the first.
+  void Settle(const HeldSignals& signals) const {
+    if (!saved_) return;
+    const auto give_up = Clock::now() + kLongestSettling;
+    while (Clock::now() < give_up && signals.Wait(kNoTime) == 0) {
+      pollfd event{port_, POLLIN, 0};
+      const int ready = poll(&event, 1, kSilenceMs);
+      if (ready < 0 || (ready == 0 && !IsSending())) break;
+      if (ready > 0 && !Discard()) break;
+    }
+    tcsetattr(port_, TCSANOW, &settings_);
+  }
+
+ private:
+  bool IsSending() const {
+    int waiting = 0;
+    return ioctl(port_, TIOCOUTQ, &waiting) == 0 && waiting > 0;
+  }
+
+  // False when the port has hung up.
+  bool Discard() const {
+    std::array<char, 256> bytes;
+    const ssize_t count = read(port_, bytes.data(), bytes.size());
+    return count > 0 || (count < 0 && (errno == EAGAIN || errno == EINTR));
+  }
+
+  int port_;
+  bool saved_;
+  termios settings_{};
+};
+
+// For this process and those that it starts.
+std::shared_ptr<Reply> SharedReply() {
+  void* const memory = mmap(nullptr, sizeof(Reply), PROT_READ | PROT_WRITE,
+                            MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) throw std::bad_alloc();
+  return {static_cast<Reply*>(memory),
+          [](Reply* reply) { munmap(reply, sizeof *reply); }};
+}
+
+// The held signals stay blocked here: a Ctrl-C reaches both processes, and the
+// other one decides. The tool has no threads, so a plain fork is enough.
+pid_t StartWorker(const std::function<int()>& work, int* result) {
+  const pid_t parent = getpid();
+  const pid_t worker = fork();
+  if (worker < 0) throw std::system_error(errno, std::generic_category());
+  if (worker != 0) return worker;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() == parent) *result = work();
+  _exit(kDone);
+}
+
+// The lock stays with the frozen process until the line is silent.
+void CutShort(pid_t worker, const PortKeeper& port,
+              const HeldSignals& signals) {
+  int status = 0;
+  kill(worker, SIGSTOP);
+  const bool frozen =
+      waitpid(worker, &status, WUNTRACED) == worker && WIFSTOPPED(status);
+  if (!frozen) return;
+  port.Settle(signals);
+  kill(worker, SIGKILL);
+  waitpid(worker, &status, 0);
+}
+
+Failure Crashed(const char* function, int status) {
+  const int number = WIFSIGNALED(status) ? WTERMSIG(status) : SIGABRT;
+  return {std::string("the driver crashed in ") + function + ": " +
+              strsignal(number),
+          "report this, with the day's log: mvfp log on",
+          kExitFailed,
+          {{"signal", number}}};
+}
+
+Failure Interrupted(int number) {
+  return {"interrupted; the port and the reader are free again",
+          "",
+          128 + number,
+          {{"signal", number}},
+          number};
+}
+
+}  // namespace
+
+void AddPortOption(CLI::App* command, std::string* port) {
+  command
+      ->add_option("-p,--port", *port, "Serial port: ttyUSB0 or /dev/ttyUSB0")
+      ->envname("MVFP_PORT")
+      ->type_name("PORT");
+}
+
+void AddDeviceOptions(CLI::App* command, DeviceOptions* options) {
+  AddPortOption(command, &options->port);
+  command
+      ->add_option("--box", options->box,
+                   "Branch of the switch box before the reader: A, B, C or K")
+      ->check(CLI::IsMember({"A", "B", "C", "K"}))
+      ->type_name("LETTER");
+}
+
+std::string PortOf(const DeviceOptions& options) {
+  const std::string port = PortName(options.port);
+  if (!port.empty()) return port;
+  throw UsageFailure(options.port.empty()
+                         ? "no port given"
+                         : "\"" + options.port + "\" names no port below /dev",
+                     "name it with --port or in MVFP_PORT; " + KnownPorts());
+}
+
+Reply RunDeviceCall(const char* function, const DeviceOptions& options,
+                    const Work& work, const Tick& tick) {
+  const std::string port = PortOf(options);
+  const PortKeeper keeper(port);
+  const HeldSignals signals;
+  const std::shared_ptr<Reply> reply = SharedReply();
+  const auto start = Clock::now();
+  const pid_t worker = StartWorker(
+      [&] { return work(port.c_str(), options.box.c_str(), reply.get()); },
+      &reply->rc);
+  while (true) {
+    const int ended_by = signals.Wait(kTick);
+    const std::chrono::duration<double, std::milli> time = Clock::now() - start;
+    const long elapsed_ms = static_cast<long>(time.count());
+    int status = 0;
+    if (waitpid(worker, &status, WNOHANG) == worker) {
+      if (WEXITSTATUS(status) != kDone) throw Crashed(function, status);
+      reply->elapsed_ms = elapsed_ms;
+      return *reply;
+    }
+    if (ended_by != 0) {
+      CutShort(worker, keeper, signals);
+      throw Interrupted(ended_by);
+    }
+    if (tick) tick(worker, elapsed_ms);
+  }
+}
+
+void EndBySignal(int signal_number) {
+  signal(signal_number, SIG_DFL);
+  raise(signal_number);
+  _exit(128 + signal_number);
+}
+
+}  // namespace corvex::mvfp

@@ -1,0 +1,29 @@
+// The driver, loaded when a command first needs one of its functions and not
+// before: the commands that look for what is wrong must start where the driver
+// does not, or where what lies beside it ends every host.
+#ifndef APPS_MVFP_CALLS_DRIVER_H_
+#define APPS_MVFP_CALLS_DRIVER_H_
+
+namespace corvex::mvfp {
+
+constexpr char kDriverFile[] = MVFP_DRIVER_FILE;
+
+// A function of mv_fpi.h in the loaded driver, and its name there.
+template <typename Function>
+struct DriverCall {
+  const char* name;
+  Function* run;
+};
+
+// Throws a Failure when the driver, or this name in it, is missing.
+void* FindInDriver(const char* name);
+
+}  // namespace corvex::mvfp
+
+#define MVFP_DRIVER_CALL(function)                         \
+  corvex::mvfp::DriverCall<decltype(function)> {           \
+#function, reinterpret_cast < decltype(&function)>     \
+                   (corvex::mvfp::FindInDriver(#function)) \
+  }
+
+#endif  // APPS_MVFP_CALLS_DRIVER_H_

@@ -1,0 +1,21 @@
+// The subcommands. Each file has a command's help, its options and its work.
+#ifndef APPS_MVFP_COMMANDS_COMMANDS_H_
+#define APPS_MVFP_COMMANDS_COMMANDS_H_
+
+#include "command_line.h"
+
+namespace corvex::mvfp {
+
+void AddVersionSnAndProbe(CommandLine* line);
+void AddInfo(CommandLine* line);
+void AddCaptureAndEnroll(CommandLine* line);
+void AddMatch(CommandLine* line);
+void AddInspect(CommandLine* line);
+void AddLog(CommandLine* line);
+void AddExplain(CommandLine* line);
+void AddBind(CommandLine* line);
+void AddDoctor(CommandLine* line);
+
+}  // namespace corvex::mvfp
+
+#endif  // APPS_MVFP_COMMANDS_COMMANDS_H_

@@ -1,0 +1,34 @@
+#include "files.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace corvex::mvfp {
+
+std::string ReadText(const std::string& path) {
+  // Through a stream, which takes what a process that just ended leaves for the
+  // end of the file; an iterator throws.
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> Words(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+bool WriteText(const std::string& path, const std::string& text, mode_t mode) {
+  const int file =
+      open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+  if (file < 0) return false;
+  const bool written = write(file, text.data(), text.size()) ==
+                       static_cast<ssize_t>(text.size());
+  return close(file) == 0 && written;
+}
+
+}  // namespace corvex::mvfp

@@ -1,0 +1,138 @@
+#include "ports/port.h"
+
+#include <fcntl.h>
+#include <glob.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "files.h"
+
+namespace corvex::mvfp {
+namespace {
+
+constexpr char kDev[] = "/dev/";
+
+// The kernel makes ttyS* for ports that a board might have; one without a chip
+// has type 0.
+bool HasChip(const std::string& port) {
+  return ReadText("/sys/class/tty/" + port + "/type").rfind('0', 0) != 0;
+}
+
+// Does the user's entry name the group, which a log-in before that lacks?
+bool IsMember(const group& members) {
+  const passwd* const user = getpwuid(geteuid());
+  char** name = members.gr_mem;
+  while (user != nullptr && *name != nullptr) {
+    if (strcmp(*name++, user->pw_name) == 0) return true;
+  }
+  return false;
+}
+
+// Rights that only root has are those of a port that no rule knows.
+std::string RightCommand(const std::string& port) {
+  constexpr mode_t kForGroup = S_IRGRP | S_IWGRP;
+  struct stat node {};
+  stat((kDev + port).c_str(), &node);
+  const group* const found = getgrgid(node.st_gid);
+  if (node.st_gid == 0 || (node.st_mode & kForGroup) != kForGroup ||
+      found == nullptr) {
+    return BindCommand(port);
+  }
+  return (IsMember(*found) ? "newgrp " : "sudo adduser \"$USER\" ") +
+         std::string(found->gr_name);
+}
+
+PortTrial Explained(const std::string& port, int error) {
+  const std::string path = kDev + port;
+  switch (error) {
+    case ENOENT:
+      return {error, "there is no " + path + "; " + KnownPorts(),
+              LikelyPorts().empty() ? "sudo dmesg | grep tty" : "mvfp doctor"};
+    case EACCES:
+    case EPERM:
+      return {error, "you may not open " + path, RightCommand(port)};
+    case EBUSY:
+      return {error, port + " is in use by a program that lets nobody else in",
+              "sudo fuser -v " + path};
+    default:
+      return {error,
+              path + (error == ENOTTY ? " is not a serial port"
+                                      : std::string(": ") + strerror(error)),
+              "ls -l " + path};
+  }
+}
+
+}  // namespace
+
+std::string PortName(const std::string& text) {
+  const std::string name =
+      text.rfind(kDev, 0) == 0 ? text.substr(strlen(kDev)) : text;
+  return name.empty() || name.front() == '/' ? "" : name;
+}
+
+std::vector<std::string> PortsLike(const std::string& pattern) {
+  glob_t found{};
+  std::vector<std::string> ports;
+  if (glob((kDev + pattern).c_str(), 0, nullptr, &found) == 0) {
+    for (size_t i = 0; i < found.gl_pathc; ++i) {
+      ports.push_back(PortName(found.gl_pathv[i]));
+    }
+  }
+  globfree(&found);
+  return ports;
+}
+
+std::vector<std::string> LikelyPorts() {
+  std::vector<std::string> ports;
+  for (const char* pattern : {"ttyUSB*", "ttyACM*", "ttyAMA*", "ttyS[0-9]*"}) {
+    for (const std::string& port : PortsLike(pattern)) {
+      if (HasChip(port)) ports.push_back(port);
+    }
+  }
+  return ports;
+}
+
+std::string KnownPorts() {
+  std::string text;
+  for (const auto& ports : {LikelyPorts(), PortsLike("COM*")}) {
+    for (const std::string& port : ports) {
+      text += (text.empty() ? "ports of this machine: " : ", ") + port;
+    }
+  }
+  return text.empty() ? "no serial adapter is plugged in" : text;
+}
+
+std::string BindCommand(const std::string& port) {
+  std::error_code error;
+  int number = 1;
+  while (
+      std::filesystem::is_symlink("/dev/COM" + std::to_string(number), error)) {
+    ++number;
+  }
+  const std::string com = std::to_string(number);
+  // No rule knows a pseudo-terminal, where a virtual reader is.
+  return port.rfind("pts/", 0) == 0
+             ? "sudo ln -s " + port + " /dev/COM" + com
+             : "sudo mvfp bind " + com + " --port " + port;
+}
+
+PortTrial TryPort(const std::string& name) {
+  const int port = OpenPort(name);
+  if (port < 0) return Explained(name, errno);
+  const bool is_terminal = isatty(port) != 0;
+  close(port);
+  return is_terminal ? PortTrial{} : Explained(name, ENOTTY);
+}
+
+int OpenPort(const std::string& name) {
+  return open((kDev + name).c_str(),
+              O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+}
+
+}  // namespace corvex::mvfp
