@@ -107,6 +107,21 @@ MV_API int mv_threshold(int level);
 /* The highest level that a score passes, 1 to 5; 0 when it passes none. */
 MV_API int mv_level(int score);
 
+/* ---- A template of several captures -------------------------------------- */
+
+#define MV_MAX_CAPTURES 10
+
+/* Which of several captures of one finger makes the best template: the richer
+ * one of the two that agree best, as the driver's enrolment chooses.
+ *
+ * records, bytes  in   `count` records and their lengths; 1 to MV_MAX_CAPTURES
+ * chosen          out  its index, from 0
+ *
+ * The lowest score of any two, 0 to 100 (100 for a single one); the driver's
+ * enrolment wants more than 35. Or a code of mv_check_record. */
+MV_API int mv_choose_template(const void* const* records, const size_t* bytes,
+                              size_t count, size_t* chosen);
+
 /* ---- Many records -------------------------------------------------------- */
 
 /* Records in memory, each with an id (whose) and a finger (which); both are the

@@ -7,6 +7,7 @@
 
 #include "MvMatch/MvMatch.h"
 #include "MvMatch/thresholds.h"
+#include "MvSynth/MvSynth.h"
 #include "mv_base/base64.h"
 #include "mv_base/wipe.h"
 #include "mv_gallery/gallery.h"
@@ -21,6 +22,8 @@ using corvex::WorkingForm;
 
 static_assert(sizeof kMatchThresholds / sizeof *kMatchThresholds ==
               MV_LEVEL_HIGHEST + 1);
+
+static_assert(MV_MAX_CAPTURES == corvex::kMaxCaptures);
 
 class ReadLock {
  public:
@@ -146,6 +149,30 @@ int mv_level(int score) {
   int level = MV_LEVEL_HIGHEST;
   while (level >= MV_LEVEL_LOWEST && score <= kMatchThresholds[level]) --level;
   return level;
+}
+
+int mv_choose_template(const void* const* records, const size_t* bytes,
+                       size_t count, size_t* chosen) {
+  if (records == nullptr || bytes == nullptr || chosen == nullptr ||
+      count < 1 || count > MV_MAX_CAPTURES) {
+    return MV_ERR_ARGUMENT;
+  }
+  uint8_t slots[MV_MAX_CAPTURES * corvex::kCaptureSlotBytes];
+  WorkingForm working;
+  const WipeAtEnd wipe_slots(&slots);
+  const WipeAtEnd wipe_working(&working);
+  for (size_t i = 0; i < count; ++i) {
+    const int32_t length =
+        corvex::ReadRecord(records[i], bytes[i], &working, nullptr);
+    if (length < 0) return length;
+    std::memcpy(slots + i * corvex::kCaptureSlotBytes, records[i],
+                static_cast<size_t>(length));
+  }
+  uint8_t index = 0;
+  const int32_t lowest = MivoSynthMinut(slots, static_cast<int32_t>(count),
+                                        nullptr, &index, nullptr);
+  *chosen = index;
+  return lowest;
 }
 
 mv_gallery* mv_gallery_new(void) { return new (std::nothrow) mv_gallery; }

@@ -25,16 +25,18 @@ struct Row {
   Bytes second;
 };
 
-// The golden pairs, as long as their counts say.
+// As long as its count says.
+Bytes Whole(const std::string& hex) {
+  const Bytes bytes = support::FromHex(hex);
+  return support::FromHex(hex, bytes.size() > 2 ? 3u + 5u * bytes[2] : 0);
+}
+
+// The golden pairs.
 const std::vector<Row>& Golden() {
   static const std::vector<Row> kRows = [] {
     std::vector<Row> rows;
-    const auto whole = [](const std::string& hex) {
-      const Bytes bytes = support::FromHex(hex);
-      return support::FromHex(hex, bytes.size() > 2 ? 3u + 5u * bytes[2] : 0);
-    };
     for (const auto& row : support::ReadTestData("golden_match.tsv")) {
-      rows.push_back({std::stoi(row[0]), whole(row[2]), whole(row[3])});
+      rows.push_back({std::stoi(row[0]), Whole(row[2]), Whole(row[3])});
     }
     return rows;
   }();
@@ -125,6 +127,30 @@ TEST(Records, LevelsFollowTheirThresholds) {
   EXPECT_EQ(36, mv_threshold(3));
   EXPECT_EQ(5, mv_level(100));
   EXPECT_EQ(MV_ERR_ARGUMENT, mv_threshold(6));
+}
+
+TEST(Records, TheTemplateIsChosenAsTheDriverChoosesIt) {
+  int chosen_ones = 0;
+  for (const auto& row : support::ReadTestData("golden_synth.tsv")) {
+    if (row[0] == "-110") continue;
+    std::vector<Bytes> captures;
+    std::vector<const void*> records;
+    std::vector<size_t> bytes;
+    for (const auto& hex : support::Split(row[3], ' ')) {
+      captures.push_back(Whole(hex));
+    }
+    for (const Bytes& capture : captures) {
+      records.push_back(capture.data());
+      bytes.push_back(capture.size());
+    }
+    size_t chosen = 99;
+    EXPECT_EQ(std::stoi(row[0]),
+              mv_choose_template(records.data(), bytes.data(), records.size(),
+                                 &chosen));
+    EXPECT_EQ(std::stoul(row[1]), chosen);
+    ++chosen_ones;
+  }
+  EXPECT_GT(chosen_ones, 200);
 }
 
 class GalleryTest : public testing::Test {
