@@ -2,7 +2,7 @@
 # Installs the Debian packages that a job needs. Says nothing when they are
 # all there; without root it says which are missing and fails.
 #
-# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64|packages
+# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64|packages|sql
 set -eu
 
 # To build the driver and the tools, and to show them.
@@ -24,13 +24,17 @@ ARM64="$TESTS g++-aarch64-linux-gnu qemu-user-static libcjson-dev:arm64
 # On top of that, to build the packages and to try them in a clean system.
 PACKAGES="$ARM64 qt6-base-dev:arm64 debootstrap lintian"
 
+# On top of TESTS, the databases that records are kept in.
+SQL="$TESTS libsqlite3-dev sqlite3 postgresql-15 postgresql-server-dev-15"
+
 case "${1-}" in
   demo) wanted=$DEMO ;;
   guided-demo) wanted=$GUIDED_DEMO ;;
   tests) wanted=$TESTS ;;
   arm64) wanted=$ARM64 ;;
   packages) wanted=$PACKAGES ;;
-  *) echo "usage: $0 demo|guided-demo|tests|arm64|packages" >&2; exit 2 ;;
+  sql) wanted=$SQL ;;
+  *) echo "usage: $0 demo|guided-demo|tests|arm64|packages|sql" >&2; exit 2 ;;
 esac
 
 native=$(dpkg --print-architecture)

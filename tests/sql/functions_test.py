@@ -238,6 +238,15 @@ class PostgresTest(Functions, unittest.TestCase):
         self.db = Postgres()
         self.addCleanup(self.db.close)
 
+    def test_a_literal_of_bytes_needs_no_cast(self):
+        self.values([("mv_record('\\x12000164C8326400AB')",
+                      "\\x12000164c8326400"),
+                     ("mv_match('\\x120000', 'EgAA')", 0),
+                     ("mv_record_problem('\\x1')",
+                      "ends after 0 bytes, within its head of 3"),
+                     ("mv_record_problem('\\x12000164g832')",
+                      "ends after 4 bytes; its 1 minutiae take 8")], self.db)
+
     def test_a_database_of_any_encoding_is_read(self):
         for encoding in "LATIN1", "EUC_JP", "SQL_ASCII":
             db = Postgres("other", encoding)
