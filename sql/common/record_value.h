@@ -1,5 +1,8 @@
 /* A value of a database, read as a record. Results below 0 are mv_match.h's
- * MV_ERR_*. */
+ * MV_ERR_*.
+ *
+ * Deliberate: no copy is overwritten afterwards. The database has the same
+ * records in its own memory, which nobody overwrites. */
 #ifndef SQL_COMMON_RECORD_VALUE_H_
 #define SQL_COMMON_RECORD_VALUE_H_
 

@@ -39,11 +39,11 @@ LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 30;
 
 CREATE FUNCTION mv_match(probe bytea, record bytea) RETURNS integer
 AS 'MODULE_PATHNAME', 'mv_match'
-LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 1000;
+LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 1800;
 
 CREATE FUNCTION mv_matches(probe bytea, record bytea, level integer) RETURNS boolean
 AS 'MODULE_PATHNAME', 'mv_matches'
-LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 1000;
+LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 1800;
 
 -- The planner puts the body of each of these in its place, and makes bytes of a
 -- constant text once. Bytes have no collation: a comparison with them is one that
