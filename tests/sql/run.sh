@@ -13,3 +13,16 @@ cmake --build --preset release -- --quiet
 
 scripts/with-postgresql.sh "$build" $python tests/sql/functions_test.py
 scripts/with-postgresql.sh "$build" scripts/scale-out.sh "${1:-20000}"
+
+# With a server of their own; elsewhere the samples that need one are left out,
+# lest they change a developer's database.
+installed=$PWD/$build/tests/docs/installed
+ctest --preset release -R '^docs\.install$' --quiet
+for document in docs/sql.md docs/scale-out.md; do
+  MV_INSTALLED=$installed MV_BUILD_DIR=$PWD/$build PYTHONPATH=$PWD/python \
+    PYTHONDONTWRITEBYTECODE=1 PYTHONIOENCODING=utf-8 \
+    tests/support/in_own_world.sh scripts/with-postgresql.sh "$build" \
+    $python tests/docs/run_samples.py "$document" | tee "$build/samples.log"
+  if grep -E 'skipped, for this fails: (test|sqlite3)' \
+    "$build/samples.log"; then exit 1; fi
+done
