@@ -87,6 +87,8 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
   ${debian}/python/postinst
   ${debian}/python/prerm)
 
+include(${CMAKE_CURRENT_LIST_DIR}/sql.cmake)
+
 set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
 configure_file(${debian}/changelog.in ${changelog} @ONLY)
 execute_process(COMMAND gzip -9nkf ${changelog} COMMAND_ERROR_IS_FATAL ANY)

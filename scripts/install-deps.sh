@@ -2,7 +2,7 @@
 # Installs the Debian packages that a job needs. Says nothing when they are
 # all there; without root it says which are missing and fails.
 #
-# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64|fuzz|packages|ci
+# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64|sql|fuzz|packages|ci
 set -eu
 
 # To build the driver and the tools, and to show them.
@@ -24,13 +24,17 @@ ARM64='g++-aarch64-linux-gnu qemu-user-static libstdc++6:arm64
 FUZZ='clang libclang-rt-14-dev cmake ninja-build pkg-config libcjson-dev
   zlib1g-dev'
 
+# On top of TESTS, the databases that records are kept in.
+SQL='libsqlite3-dev sqlite3 postgresql-15 postgresql-server-dev-15'
+
 # To build the packages and to try them in a clean system.
 PACKAGES="$DEMO $WINDOW $ARM64 qt6-base-dev:arm64 python3 dpkg-dev lintian
-  debootstrap xvfb x11-utils"
+  debootstrap xvfb x11-utils
+  libsqlite3-dev postgresql-server-dev-15"
 
 # What must hold takes more than a test: benchmarks, a real screen, a Python
 # package, analysers.
-CI="$TESTS $CHINESE $ARM64 $FUZZ $PACKAGES ccache clang-format clang-tidy
+CI="$TESTS $CHINESE $ARM64 $SQL $FUZZ $PACKAGES ccache clang-format clang-tidy
   cppcheck libbenchmark-dev xdotool python3-venv python3-setuptools
   python3-wheel"
 
@@ -41,6 +45,7 @@ case "${1-}" in
   arm64) wanted="$TESTS $ARM64" ;;
   fuzz) wanted=$FUZZ ;;
   packages) wanted=$PACKAGES ;;
+  sql) wanted="$TESTS $SQL" ;;
   ci) wanted=$CI ;;
   *)
     sed -n 's/^# usage: /usage: /p' "$0" >&2
