@@ -13,3 +13,26 @@ function(mv_module name)
   target_compile_options(${name} PRIVATE ${MV_OLD_RUNTIME_COMPILE})
   set_property(GLOBAL APPEND PROPERTY MV_MODULES ${name})
 endfunction()
+
+# mv_shared_library(NAME object...): what hosts load. Exports what NAME.map in
+# this directory names. A C++ runtime of its own, hidden: a host may be plain C,
+# or bring another one.
+function(mv_shared_library name)
+  set(map ${CMAKE_CURRENT_SOURCE_DIR}/${name}.map)
+  add_library(${name} SHARED ${ARGN})
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_link_options(${name} PRIVATE -Wl,--version-script=${map})
+  if(NOT MV_SANITIZE)
+    target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/own_runtime.cpp)
+    target_link_options(${name} PRIVATE
+      -static-libstdc++ -static-libgcc -Wl,--no-undefined
+      ${MV_OLD_RUNTIME_LINK})
+  endif()
+  set_target_properties(${name} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    LIBRARY_OUTPUT_DIRECTORY ${MV_RUNTIME_DIR}
+    LINK_DEPENDS ${map})
+endfunction()

@@ -36,7 +36,7 @@ foreach(program mvfp mvfp-vreader)
   list(APPEND made ${script})
 endforeach()
 
-foreach(library mv_fpi cx_capdlg_lib)
+foreach(library mv_fpi mv_match cx_capdlg_lib)
   set(header ${PROJECT_SOURCE_DIR}/include/${library}.h)
   set(page ${MV_MANUAL_DIR}/3/${library}.3.gz)
   add_custom_command(OUTPUT ${page}

@@ -11,7 +11,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
   WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL runtime dev tools python)
+set(CPACK_COMPONENTS_ALL runtime match dev tools python)
 if(TARGET cx_capdlg)
   list(APPEND CPACK_COMPONENTS_ALL prompt)
 endif()
@@ -45,6 +45,16 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${debian}/triggers
   ${debian}/shlibs)
 
+set(CPACK_DEBIAN_MATCH_PACKAGE_NAME libmv-match1)
+set(CPACK_DEBIAN_MATCH_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_MATCH_PACKAGE_SHLIBDEPS ON)
+set(CPACK_COMPONENT_MATCH_DESCRIPTION
+  "Fingerprint records without a reader: compares two, searches many with every
+processor. For servers as well as terminals.")
+set(CPACK_DEBIAN_MATCH_PACKAGE_CONTROL_EXTRA
+  ${debian}/triggers
+  ${debian}/match/shlibs)
+
 # The driver looks for the window beside its own file. The texts are Chinese, and
 # the driver finds a running window by pgrep.
 set(CPACK_DEBIAN_PROMPT_PACKAGE_NAME mv-fpi-prompt)
@@ -60,7 +70,8 @@ the finger, and lets the user cancel. The driver starts it.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmv-fpi-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libmv-fpi1 ${same_version}")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
+  "libmv-fpi1 ${same_version}, libmv-match1 ${same_version}")
 set(CPACK_COMPONENT_DEV_DESCRIPTION
   "Development files: headers, pkg-config file, CMake package, and the
 static library with which a prompt program of one's own talks to it.")
@@ -110,8 +121,12 @@ install(FILES ${debian}/70-mv-fpi.rules
   DESTINATION lib/udev/rules.d COMPONENT runtime)
 install(FILES ${debian}/mv-fpi.conf
   DESTINATION lib/tmpfiles.d COMPONENT runtime)
-install(FILES ${debian}/libmv-fpi1.lintian-overrides
-  DESTINATION share/lintian/overrides RENAME libmv-fpi1
-  COMPONENT runtime EXCLUDE_FROM_ALL)
+foreach(component runtime match)
+  string(TOUPPER ${component} upper)
+  set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  install(FILES ${debian}/${package}.lintian-overrides
+    DESTINATION share/lintian/overrides RENAME ${package}
+    COMPONENT ${component} EXCLUDE_FROM_ALL)
+endforeach()
 
 include(CPack)
