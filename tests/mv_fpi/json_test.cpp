@@ -16,10 +16,7 @@ std::string Request(const std::string& port) {
 
 class JsonTest : public CallTest {
  protected:
-  JsonTest() {
-    support::CoverDev();
-    support::LinkDevice("COM3", Port());
-  }
+  JsonTest() { support::LinkDevice("COM3", Port()); }
 
   int Ask(const std::string& request) {
     StartCall();
