@@ -5,7 +5,7 @@
 #
 # They come into build/packages-<architecture>.
 #
-# The driver is made with an older system's runtime (old-runtime.sh), and must
+# Driver and matcher are made with an older system's runtime (old-runtime.sh), and must
 # load on hosts with glibc 2.28; tools and window are for this machine's Debian.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,15 +22,19 @@ esac
 scripts/install-deps.sh packages
 build=build/packages-$1
 runtime=$(packaging/old-runtime.sh "$1")
+postgresql=$(packaging/postgresql-headers.sh "$1")
 shift
 
 cmake --preset "$preset" -B "$build" -DMV_BUILD_TESTS=OFF \
   -DMV_BUILD_BENCH=OFF -DMV_BUILD_PROMPT=ON -DMV_OLD_RUNTIME="$runtime" \
+  -DMV_POSTGRESQL_INCLUDE="$postgresql" \
   -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" \
   "$@" >/dev/null
 cmake --build "$build" -- --quiet
-tests/release/check_library.sh "$build/out/libmv_fpi.so" "$machine" readelf \
-  "$oldest_glibc"
+for library in mv_fpi mv_match; do
+  tests/release/check_library.sh "$build/out/lib$library.so" "$machine" \
+    readelf "$oldest_glibc"
+done
 rm -f "$build"/*.deb
 (cd "$build" && cpack -G DEB >cpack.log 2>&1) ||
   { cat "$build/cpack.log"; exit 1; }

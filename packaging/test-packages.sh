@@ -27,11 +27,14 @@ cache=${XDG_CACHE_HOME:-$HOME/.cache}/mv-fpi
 base=$cache/clean-bookworm-$architecture
 downloads=$cache/downloads-bookworm-$architecture
 root=/mnt/root
-names=(libmv-fpi1 libmv-fpi-dev mv-fpi-prompt mv-fpi-tools python3-mv-fpi)
+names=(libmv-fpi1 libmv-match1 libmv-fpi-dev mv-fpi-prompt mv-fpi-tools
+  python3-mv-fpi libsqlite3-mod-mv-fpi postgresql-15-mv-fpi)
 mount -t tmpfs tmpfs /mnt
 
 step() { printf '\n== %s\n' "$1"; }
 fail() { echo "FAILED: $1" >&2; exit 1; }
+# shellcheck source=packaging/test-sql.sh
+source "$here/test-sql.sh"
 inside() { chroot "$root" /usr/bin/env -i PATH="$PATH" LC_ALL=C.UTF-8 "$@"; }
 apt() {
   inside DEBIAN_FRONTEND=noninteractive apt-get -qq -y \
@@ -186,7 +189,7 @@ check_manual() {
   while read -r function; do
     [ -e "$root/usr/share/man/man3/$function.3.gz" ] ||
       fail "no manual page for $function"
-  done < <(grep -E '^(FG|DEV|cx_dlg)_' "$here/../tests/mv_fpi/exports.txt")
+  done < <(grep -E '^(FG|DEV|cx_dlg)_' "$here/../tests/release/mv_fpi.exports")
   for program in mvfp mvfp-vreader; do
     inside bash -n "/usr/share/bash-completion/completions/$program"
   done
@@ -237,6 +240,7 @@ apt install systemd-standalone-tmpfiles udev
 
 step "Installation"
 install_driver_alone
+install_databases
 install_packages new
 check_lock_file
 check_manual
@@ -248,12 +252,14 @@ build_hosts
 start_reader
 start_screen
 check_use
+check_databases
 
 step "Upgrade"
 install_packages newer raised
 inside dpkg-query -W "${names[@]}"
 check_lock_file
 check_use
+check_databases
 
 step "Removal"
 apt purge "${names[@]}"
