@@ -34,6 +34,8 @@ class PromptClient : public testing::Test {
 TEST_F(PromptClient, TheProgramIsSoughtBesideTheDriverWhileThereIsTime) {
   EXPECT_EQ(-1, cx_init_fp_dlg(0));
   EXPECT_EQ(-18, cx_init_fp_dlg(30));
+  EXPECT_EQ(1, cx_dlg_get_dlgtype());
+  EXPECT_EQ(30, cx_dlg_get_timeout());
   // Without a working directory its bare name is sought.
   std::filesystem::create_directory("/tmp/gone");
   ASSERT_EQ(0, chdir("/tmp/gone"));

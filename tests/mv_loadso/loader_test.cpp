@@ -1,3 +1,4 @@
+#include <elf.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -128,15 +129,27 @@ TEST_F(Loader, WhatIsNoWholeLibraryIsRefused) {
   const std::string whole = support::ReadFile("/tmp/site/libAlgoOrva64.so");
   site_.RemoveLibrary();
   EXPECT_EQ(-120, LoadAnew());
+  const auto* const header = reinterpret_cast<const Elf64_Ehdr*>(whole.data());
+  size_t end = 0;  // of what the dynamic loader maps
+  for (size_t i = 0; i < header->e_phnum; ++i) {
+    const auto& segment =
+        reinterpret_cast<const Elf64_Phdr*>(whole.data() + header->e_phoff)[i];
+    if (segment.p_type == PT_LOAD) end = segment.p_offset + segment.p_filesz;
+  }
+  const int free_file = dup(2);
+  close(free_file);
   std::string alien = whole;
   alien[18] = 8;  // another machine
   for (const std::string& content :
        {alien, std::string("no library"), whole.substr(0, 63),
-        whole.substr(0, 4096), whole.substr(0, 8192), whole.substr(0, 16384)}) {
+        whole.substr(0, 4096), whole.substr(0, end - 1)}) {
     site_.InstallFile(content);
     EXPECT_EQ(-120, LoadAnew()) << content.size();
     EXPECT_EQ(1, CountOf("打开算法库失败[libAlgoOrva64.so][", LogTexts()));
   }
+  EXPECT_EQ(free_file, dup(2));
+  site_.InstallFile(whole.substr(0, end));
+  EXPECT_EQ(0, LoadAnew());
 }
 
 TEST(LoaderPath, ADirectoryThatDoesNotFitCountsAsNone) {
