@@ -19,16 +19,13 @@ constexpr int64_t kUsualPairs = 50000;
 #endif
 constexpr int32_t kShards = 8;
 
-int64_t PairsOfShard() {
-  const char* const wanted = std::getenv("MV_MATCH_PAIRS");
-  return (wanted != nullptr ? std::atoll(wanted) : kUsualPairs) / kShards;
-}
-
 class Equality : public testing::TestWithParam<int32_t> {};
 
 TEST_P(Equality, FastAndPlainScoresAreTheSameUpToEveryLimit) {
   reference::RecordGenerator generator(static_cast<uint32_t>(GetParam()));
-  const int64_t pairs = PairsOfShard();
+  const char* const wanted = std::getenv("MV_MATCH_PAIRS");
+  const int64_t pairs =
+      (wanted != nullptr ? std::atoll(wanted) : kUsualPairs) / kShards;
   corvex::plain::LimitsMet met;
   int64_t matches = 0;
   for (int64_t i = 0; i < pairs; ++i) {

@@ -29,30 +29,29 @@ int32_t _Sqrt(int32_t n) {
 
 // 1024 times the sine or the cosine, rounded.
 int32_t _SinCos(int32_t degrees, bool want_sine) {
-  const double angle = degrees * kPi / kHalfTurnDegrees;
-  return static_cast<int32_t>(std::lround(
-      kSineScale * (want_sine ? std::sin(angle) : std::cos(angle))));
+  const double angle = degrees * kPi / 180;
+  return static_cast<int32_t>(
+      std::lround(1024 * (want_sine ? std::sin(angle) : std::cos(angle))));
 }
 
 int32_t Lifted(int32_t degrees) {
-  return degrees < 0 ? degrees + kFullTurnDegrees : degrees;
+  return degrees < 0 ? degrees + 360 : degrees;
 }
 
 // How far two angles lie apart. Deliberate: exactly opposite ones not at all.
 int32_t AngleDifference(int32_t a, int32_t b) {
   const int32_t difference = std::abs(a - b);
-  if (difference > kHalfTurnDegrees) return kFullTurnDegrees - difference;
-  return difference == kHalfTurnDegrees ? 0 : difference;
+  if (difference > 180) return 360 - difference;
+  return difference == 180 ? 0 : difference;
 }
 
 // Of the segment that leads by dx to the right and dy upwards.
 int32_t StickDirection(int32_t dx, int32_t dy) {
   if (dx == 0) return dy < 0 ? 270 : 90;
   const double slope = static_cast<double>(dy) / dx;
-  const auto t =
-      static_cast<int32_t>(std::atan(slope) * kHalfTurnDegrees / kPi);
-  if (dx < 0) return t + kHalfTurnDegrees;
-  return dy < 0 ? t + kFullTurnDegrees : t;
+  const auto t = static_cast<int32_t>(std::atan(slope) * 180 / kPi);
+  if (dx < 0) return t + 180;
+  return dy < 0 ? t + 360 : t;
 }
 
 // The largest bin of the window of nine that has the largest sum; of equals,
@@ -65,7 +64,7 @@ int32_t FindPeak(const int64_t (&bins)[kBins], int32_t first_centre,
   int64_t best_sum = 0;
   for (int32_t c = first_centre; c <= last_centre; ++c) {
     int64_t sum = 0;
-    for (int32_t k = -kHalfWindowBins; k <= kHalfWindowBins; ++k) {
+    for (int32_t k = -4; k <= 4; ++k) {
       sum += votes(c + k);
     }
     if (sum > best_sum) centre = c;
@@ -73,17 +72,11 @@ int32_t FindPeak(const int64_t (&bins)[kBins], int32_t first_centre,
   }
   int32_t peak = 0;
   int64_t best = 0;
-  for (int32_t k = -kHalfWindowBins; k <= kHalfWindowBins; ++k) {
+  for (int32_t k = -4; k <= 4; ++k) {
     if (votes(centre + k) > best) peak = (centre + k + kBins) % kBins;
     best = std::max(best, votes(centre + k));
   }
   return peak;
-}
-
-// Windows of offsets do not go round.
-int32_t GetBestIndex(const int64_t (&histogram)[kOffsetBins]) {
-  return FindPeak(histogram, kHalfWindowBins,
-                  kOffsetBins - kHalfWindowBins - 1);
 }
 
 // Two sticks that agree.
@@ -121,7 +114,7 @@ int32_t GroupScore(const Candidates& group) {
     of_first[c.first] = std::max(of_first[c.first], c.score);
     of_second[c.second] = std::max(of_second[c.second], c.score);
   }
-  if (group.size() <= kSmallGroup) return best;
+  if (group.size() <= 3) return best;
   int32_t total = 0;
   for (const auto& [stick, score] :
        of_first.size() <= of_second.size() ? of_first : of_second) {
@@ -131,12 +124,7 @@ int32_t GroupScore(const Candidates& group) {
 }
 
 int32_t WeightFactor(const Minutia& a, const Minutia& b) {
-  return kFullWeightFactor - std::abs(a.weight - b.weight);
-}
-
-Print PrintOf(const WorkingForm& working) {
-  const Minutia* const begin = working.minutiae.entry;
-  return {begin, begin + working.count};
+  return 32 - std::abs(a.weight - b.weight);
 }
 
 class Comparison {
@@ -151,14 +139,15 @@ class Comparison {
   int32_t Score() {
     PairSticks();
     if (candidates_.empty()) return 0;
-    TurnSecond(FindPeak(rotation_votes_, 0, kFullTurnDegrees - 1));
+    TurnSecond(FindPeak(rotation_votes_, 0, 359));
     KeepTurned();
-    MoveSecond(GetBestIndex(x_votes_) - kMaxOffsetCells,
-               GetBestIndex(y_votes_) - kMaxOffsetCells);
+    // Here windows do not go round.
+    MoveSecond(FindPeak(x_votes_, 4, 732) - 368,
+               FindPeak(y_votes_, 4, 732) - 368);
     KeepNear();
     int32_t total = 0;
     while (!candidates_.empty()) total += GroupScore(TakeGroup(&candidates_));
-    return std::min(total / kTotalPerPoint, kMaxScore);
+    return std::min(total / 10, 100);
   }
 
  private:
@@ -166,12 +155,12 @@ class Comparison {
     auto start = second_sticks_.begin();
     const auto end = second_sticks_.end();
     for (const Stick& r : first_sticks_) {
-      const int32_t shortest = r.length - kMaxLengthDifferenceCells;
-      const int32_t longest = r.length + kMaxLengthDifferenceCells;
+      const int32_t shortest = r.length - 14;
+      const int32_t longest = r.length + 14;
       while (start != end && start->length < shortest) ++start;
       for (auto v = start; v != end && v->length <= longest; ++v) {
         TryPair(r, *v);
-        if (candidates_.size() < kMaxCandidates) continue;
+        if (candidates_.size() < 2450) continue;
         ++met_->full_candidates;
         return;
       }
@@ -180,21 +169,20 @@ class Comparison {
 
   void TryPair(const Stick& r, const Stick& v) {
     const int32_t da = AngleDifference(v.from_angle, r.from_angle);
-    if (da > kMaxAngleDifferenceDegrees) return;
+    if (da > 12) return;
     const int32_t db = AngleDifference(v.to_angle, r.to_angle);
-    if (db > kMaxAngleDifferenceDegrees) return;
+    if (db > 12) return;
     const int32_t distance =
         _Sqrt(Square(v.length - r.length) + Square(da) + Square(db));
-    if (distance > kMaxStickDistance) return;
-    const int32_t closeness = kBestCloseness - distance;
+    if (distance > 20) return;
+    const int32_t closeness = 21 - distance;
 
     const int32_t wa = WeightFactor(*r.from, *v.from);
     const int32_t wb = WeightFactor(*r.to, *v.to);
     if (wa <= 0 || wb <= 0) return;
-    int32_t score =
-        (kPairScoreRounding + closeness * _Sqrt(wa * wb)) >> kPairScoreShift;
-    if (r.from->kind != v.from->kind) score = score * kOtherKindTenths / 10;
-    if (r.to->kind != v.to->kind) score = score * kOtherKindTenths / 10;
+    int32_t score = (15 + closeness * _Sqrt(wa * wb)) >> 5;
+    if (r.from->kind != v.from->kind) score = score * 6 / 10;
+    if (r.to->kind != v.to->kind) score = score * 6 / 10;
 
     candidates_.push_back({&r, &v, score});
     rotation_votes_[Lifted(r.from->direction - v.from->direction)] += score;
@@ -210,11 +198,11 @@ class Comparison {
     for (Minutia& m : second_) {
       const int32_t dx = m.x - cx;
       const int32_t dy = m.y - cy;
-      m.x = static_cast<int16_t>(cx + (sine * dy + cosine * dx) / kSineScale);
-      m.y = static_cast<int16_t>(cy - (sine * dx - cosine * dy) / kSineScale);
+      m.x = static_cast<int16_t>(cx + (sine * dy + cosine * dx) / 1024);
+      m.y = static_cast<int16_t>(cy - (sine * dx - cosine * dy) / 1024);
     }
     for (Stick& v : second_sticks_) {
-      v.direction = (v.direction + theta) % kFullTurnDegrees;
+      v.direction = (v.direction + theta) % 360;
     }
   }
 
@@ -233,12 +221,12 @@ class Comparison {
     for (const Candidate& c : candidates_) {
       const int32_t rest =
           AngleDifference(c.first->direction, c.second->direction);
-      if (rest > kMaxAngleDifferenceDegrees) continue;
+      if (rest > 12) continue;
       VoteOffset(c);
       kept.push_back(c);
-      if (kept.size() == kMaxKept) break;
+      if (kept.size() == 1470) break;
     }
-    met_->full_kept += kept.size() == kMaxKept ? 1 : 0;
+    met_->full_kept += kept.size() == 1470 ? 1 : 0;
     candidates_ = kept;
   }
 
@@ -247,13 +235,13 @@ class Comparison {
     const int32_t ty1 = c.first->from->y - c.second->from->y;
     const int32_t tx2 = c.first->to->x - c.second->to->x;
     const int32_t ty2 = c.first->to->y - c.second->to->y;
-    if (std::abs(tx2 - tx1) >= kOffsetAgreementCells) return;
-    if (std::abs(ty2 - ty1) >= kOffsetAgreementCells) return;
+    if (std::abs(tx2 - tx1) >= 15) return;
+    if (std::abs(ty2 - ty1) >= 15) return;
     for (const int32_t offset : {tx1, ty1, tx2, ty2}) {
-      if (std::abs(offset) > kMaxOffsetCells) return;
+      if (std::abs(offset) > 368) return;
     }
-    x_votes_[(tx1 + tx2) / 2 + kMaxOffsetCells] += c.score;
-    y_votes_[(ty1 + ty2) / 2 + kMaxOffsetCells] += c.score;
+    x_votes_[(tx1 + tx2) / 2 + 368] += c.score;
+    y_votes_[(ty1 + ty2) / 2 + 368] += c.score;
   }
 
   void MoveSecond(int32_t tx, int32_t ty) {
@@ -277,9 +265,7 @@ class Comparison {
     const auto is_near = [=](const Minutia& a, const Minutia& b) {
       const int32_t distance =
           _Sqrt(Square(b.x - mean_x) + Square(b.y - mean_y));
-      const int32_t tolerance =
-          std::clamp(distance / kCellsPerTolerance + 1, kMinToleranceCells,
-                     kMaxToleranceCells);
+      const int32_t tolerance = std::clamp(distance / 10 + 1, 8, 15);
       return std::abs(a.x - b.x) < tolerance && std::abs(a.y - b.y) < tolerance;
     };
     const auto strays = std::remove_if(
@@ -296,9 +282,9 @@ class Comparison {
   std::vector<Stick> second_sticks_;
   LimitsMet* const met_;
   Candidates candidates_;
-  int64_t rotation_votes_[kFullTurnDegrees] = {};
-  int64_t x_votes_[kOffsetBins] = {};
-  int64_t y_votes_[kOffsetBins] = {};
+  int64_t rotation_votes_[360] = {};
+  int64_t x_votes_[737] = {};
+  int64_t y_votes_[737] = {};
 };
 
 }  // namespace
@@ -306,9 +292,9 @@ class Comparison {
 std::vector<Stick> GetBeteenStick(const Print& print, bool one_direction,
                                   LimitsMet* met) {
   std::vector<Stick> table;
-  int32_t found[kMaxStickCells + 1] = {};
+  int32_t found[236] = {};
   const auto add = [&](const Minutia& a, const Minutia& b, int32_t length) {
-    if (found[length] == kMaxPairsPerLength) {
+    if (found[length] == 50) {
       ++met->full_lengths;
       return;
     }
@@ -320,7 +306,7 @@ std::vector<Stick> GetBeteenStick(const Print& print, bool one_direction,
   for (auto a = print.begin(); a < print.end(); ++a) {
     for (auto b = a + 1; b < print.end(); ++b) {
       const int32_t length = _Sqrt(Square(b->x - a->x) + Square(b->y - a->y));
-      if (length < kMinStickCells || length > kMaxStickCells) continue;
+      if (length < 35 || length > 235) continue;
       add(*a, *b, length);
       if (!one_direction) add(*b, *a, length);
     }
@@ -328,7 +314,7 @@ std::vector<Stick> GetBeteenStick(const Print& print, bool one_direction,
   std::stable_sort(
       table.begin(), table.end(),
       [](const Stick& a, const Stick& b) { return a.length < b.length; });
-  if (table.size() > kMaxSticks) table.resize(kMaxSticks);
+  if (table.size() > 2449) table.resize(2449);
   return table;
 }
 
@@ -338,9 +324,11 @@ int32_t MivoMatchFinger(const uint8_t* first_record,
   WorkingForm second;
   if (ConvertTransferFormat(&first, first_record) == 0 ||
       ConvertTransferFormat(&second, second_record) == 0) {
-    return kBadRecord;
+    return -110;
   }
-  return Comparison(PrintOf(first), PrintOf(second), met).Score();
+  const Minutia* const a = first.minutiae.entry;
+  const Minutia* const b = second.minutiae.entry;
+  return Comparison({a, a + first.count}, {b, b + second.count}, met).Score();
 }
 
 }  // namespace corvex::plain

@@ -1,12 +1,12 @@
 // The comparison as docs/matcher.md shows it, step by step and as plainly as it
-// can be written. Speed is no aim here.
+// can be written, its numbers included: a slip in those of MvMatch/limits.h
+// shows. Speed is no aim here.
 #ifndef TESTS_REFERENCE_PLAIN_MATCHER_H_
 #define TESTS_REFERENCE_PLAIN_MATCHER_H_
 
 #include <cstdint>
 #include <vector>
 
-#include "MvMatch/limits.h"
 #include "MvMatch/minutiae_record.h"
 
 namespace corvex::plain {
@@ -36,7 +36,7 @@ struct LimitsMet {
 std::vector<Stick> GetBeteenStick(const Print& print, bool one_direction,
                                   LimitsMet* met);
 
-// kBadRecord or the score, 0-100.
+// -110 or the score, 0-100.
 int32_t MivoMatchFinger(const uint8_t* first_record,
                         const uint8_t* second_record, LimitsMet* met);
 

@@ -99,27 +99,39 @@ Record ToRecord(const Print& print) {
   return record;
 }
 
-std::pair<Record, Record> RecordGenerator::NextPair() {
+void RecordGenerator::MakePair() {
   const bool regular = OneIn(4);
-  Print first = regular ? Lattice() : AnyPrint();
-  if (OneIn(3)) Restrict(&first);
-  Print second = first;
+  first_ = regular ? Lattice() : AnyPrint();
+  if (OneIn(3)) Restrict(&first_);
+  second_ = first_;
   switch (Below(6)) {
     case 0:
       break;
     case 1:
     case 2:
-      second = Pressed(first, 180, Below(4));
+      second_ = Pressed(first_, 180, Below(4));
       break;
     case 3:
-      second = Pressed(first, 10, Below(2));
+      second_ = Pressed(first_, 10, Below(2));
       break;
     default:
-      second = regular && OneIn(2) ? Lattice() : AnyPrint();
-      if (OneIn(4)) Restrict(&second);
+      second_ = regular && OneIn(2) ? Lattice() : AnyPrint();
+      if (OneIn(4)) Restrict(&second_);
   }
-  if (OneIn(16)) std::shuffle(second.begin(), second.end(), random_);
-  return {ToRecord(first), ToRecord(second)};
+  if (OneIn(16)) std::shuffle(second_.begin(), second_.end(), random_);
+}
+
+std::pair<Record, Record> RecordGenerator::NextPair() {
+  int32_t Entry::*const kFields[] = {&Entry::x, &Entry::y, &Entry::direction,
+                                     &Entry::weight, &Entry::kind};
+  Print& changed = OneIn(2) ? first_ : second_;
+  if (changed.empty() || !OneIn(4)) {
+    MakePair();
+  } else {
+    const auto field = kFields[Below(5)];
+    changed[random_() % changed.size()].*field = AnyEntry().*field;
+  }
+  return {ToRecord(first_), ToRecord(second_)};
 }
 
 }  // namespace reference

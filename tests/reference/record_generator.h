@@ -22,7 +22,8 @@ class RecordGenerator {
   explicit RecordGenerator(uint32_t seed) : random_(seed) {}
 
   // A pair of one of many kinds: strangers, two presses of one finger, prints
-  // with few directions or lengths, lattices, bounds of weight and kind ...
+  // with few directions or lengths, lattices; or the last pair with one field
+  // changed, as caches may take one for the other.
   std::pair<Record, Record> NextPair();
 
   // Another press of a finger: turned, moved, distorted, with minutiae missing
@@ -37,8 +38,11 @@ class RecordGenerator {
   Print AnyPrint();
   Print Lattice();
   void Restrict(Print* print);
+  void MakePair();
 
   std::mt19937 random_;
+  Print first_;
+  Print second_;
 };
 
 }  // namespace reference
