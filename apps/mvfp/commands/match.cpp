@@ -5,7 +5,7 @@
 #include "calls/driver.h"
 #include "calls/result_codes.h"
 #include "commands/commands.h"
-#include "MvMatch/thresholds.h"
+#include "mv_fpi/thresholds.h"
 #include "records/record.h"
 
 namespace corvex::mvfp {
