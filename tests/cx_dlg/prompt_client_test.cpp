@@ -82,22 +82,6 @@ TEST_F(PromptClient, SendsWhitePicturesOfKnownSizesAndTextsOf1To512Bytes) {
   }
 }
 
-TEST_F(PromptClient, TheGeneralSendDispatchesOnItsKindAndLogsBadArguments) {
-  EXPECT_EQ(CX_DLG_NOT_INITIALISED, cx_send_fp_data_to_dlg(0, "", 30400));
-  EXPECT_EQ(CX_DLG_NOT_INITIALISED, cx_send_fp_data_to_dlg(1, "text", 0));
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(2, "text", 1));
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(0, "", -1));
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(0, nullptr, 30400));
-  EXPECT_EQ(-1, cx_send_fp_data_to_dlg(-1, "text", 1));
-  EXPECT_EQ(-1, cx_set_fp_white_img(-1));
-  EXPECT_EQ(
-      "cx_send_fp_data_to_dlg 参数错误[-1]\n"
-      "cx_send_fp_data_to_dlg 参数错误[-1]\n"
-      "cx_send_fp_data_to_dlg 参数错误[-1]\n"
-      "cx_auto_fp_img_to_capdlg 参数错误[-1]\n",
-      LogTexts());
-}
-
 // A picture whose every pixel tells its row and column.
 TEST(GreyBmp, StandsUprightAndEndsWhereItSays) {
   const Bytes head = {'B',  'M',  0xF6, 0x7A, 0, 0,    0,    0,   0, 0,    0x36,

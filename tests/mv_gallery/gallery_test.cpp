@@ -13,8 +13,6 @@
 
 #include "support/tab_file.h"
 
-extern "C" int ScoreInC(const char* first, const char* second);
-
 namespace {
 
 using support::Bytes;
@@ -114,7 +112,7 @@ TEST(Records, TextsAreThereAndBack) {
                                         back.data(), nullptr);
   back.resize(static_cast<size_t>(std::max(bytes, 0)));
   EXPECT_EQ(record, back);
-  EXPECT_EQ(Compare(record, record), ScoreInC(text, text));
+  EXPECT_EQ(Compare(record, record), mv_compare_text(text, text));
   text[16] = '\n';  // as mail wraps it
   EXPECT_EQ(MV_ERR_ENDS_EARLY, mv_compare_text(text, text));
 }

@@ -21,13 +21,11 @@ TEST(Reader, RefusesWhatIsMalformedAndSpoilsWhatItIsToldTo) {
   // The script; what the host sends, gets (at least) and is told to have done.
   const std::string cases[][4] = {
       {"", "~10160000000g", "", "header character that is not a hexadecimal"},
-      {"", "~1316010000000g8DEF02D2", "~00011600000000", "not a hexadecimal"},
       {"", "~131601000000008def02d2", "~13011600000000", "lower-case hex"},
       {"", "~101700000000", "~10011600000000", "frame marker 17 instead of 16"},
       {"", "~131601000000008DEF02D3", "~13011600000000", "value 8DEF02D3 inst"},
       {"", "~1316E9030000", "", "a payload length of 1001, more than 1000"},
       {"", "~551600000000", "~55011600000000", "an unknown command"},
-      {"", "~131601000000011BDF05A5", "~13011600000000", "a payload that this"},
       {"", "~12160100000008BF67D9DC", "~12011600000000", "a payload that this"},
       {"", "~13160100000000", "", "of 23: the check value is missing"},
       {"", "~1016" VERSION, "~100016", "~1016: request broke off after 5 char"},
@@ -37,7 +35,6 @@ TEST(Reader, RefusesWhatIsMalformedAndSpoilsWhatItIsToldTo) {
       {"silence", "~131601000000008DEF02D2" VERSION, "~10001602000000", ""},
       {"flip 16 2 + double 1", VERSION, "~110001602000000060FEC6D50E3", ""},
       {"truncate 15", VERSION VERSION, "~10001602000000~1000160200", ""},
-      {"lower on led; status 7", VERSION VERSION, "~10071600000000~1000", ""},
       {"mark 0x23 + echo 17 + marker 23", VERSION, "#11001702000000020F", ""},
       {"length 4 + crc 0x12AB + lower", VERSION, "~10001604000000020fab", ""},
       {"delay 1 + dribble 1 + garbage 237E", VERSION, "#~~1000160200000", ""},
@@ -82,8 +79,6 @@ TEST(Program, TellsItsPortWhatWentWrongAndHowItEnded) {
       {"printf '#\ndb\tleft\t1\tEgA=' >/tmp/r; echo quit >/tmp/s\n"
        "$v --records /tmp/r --script /tmp/s --auto-press db/left",
        "pts/[0-9]+\n0\n"},
-      {"echo 0 >/tmp/r; $v --records /tmp/r", ".*line 1: the (.*\n)*2\n"},
-      {"$v --script /tmp", "mvfp-vreader: /tmp: cannot be read\n2\n"},
       {"$v --baud fast", "--baud: (.*\n)*2\n"},
   };
   for (const auto& [command, expected] : cases) {
