@@ -1,5 +1,6 @@
 #include "support/pty.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@ namespace support {
 Pty::Pty() {
   char path[64] = {};
   EXPECT_EQ(0, openpty(&master_, &keeper_, path, nullptr, nullptr));
+  for (const int end : {master_, keeper_}) fcntl(end, F_SETFD, FD_CLOEXEC);
   name_ = path + strlen("/dev/");
 }
 
