@@ -7,7 +7,7 @@ set -eu
 
 # To build the driver and the tools, and to show them.
 DEMO='g++ cmake ninja-build pkg-config libcjson-dev libcli11-dev
-  nlohmann-json3-dev libcairo2-dev zlib1g-dev fonts-dejavu-core'
+  nlohmann-json3-dev libcairo2-dev zlib1g-dev libsqlite3-dev fonts-dejavu-core'
 
 # The prompt window as well.
 WINDOW='qt6-base-dev procps'
@@ -18,19 +18,20 @@ TESTS="$DEMO $WINDOW libgtest-dev python3"
 
 # On top of that, to cross-build for arm64 and to run the result.
 ARM64='g++-aarch64-linux-gnu qemu-user-static libstdc++6:arm64
-  libcjson-dev:arm64 libgtest-dev:arm64 libcairo2-dev:arm64 zlib1g-dev:arm64'
+  libcjson-dev:arm64 libgtest-dev:arm64 libcairo2-dev:arm64 zlib1g-dev:arm64
+  libsqlite3-dev:arm64'
 
 # The fuzzers have a compiler of their own.
 FUZZ='clang libclang-rt-14-dev cmake ninja-build pkg-config libcjson-dev
   zlib1g-dev'
 
 # On top of TESTS, the databases that records are kept in.
-SQL='libsqlite3-dev sqlite3 postgresql-15 postgresql-server-dev-15'
+SQL='sqlite3 postgresql-15 postgresql-server-dev-15'
 
 # To build the packages and to try them in a clean system.
 PACKAGES="$DEMO $WINDOW $ARM64 qt6-base-dev:arm64 python3 dpkg-dev lintian
   debootstrap xvfb x11-utils
-  libsqlite3-dev postgresql-server-dev-15"
+  postgresql-server-dev-15"
 
 # What must hold takes more than a test: benchmarks, a real screen, a Python
 # package, analysers.

@@ -35,7 +35,8 @@ int main(int argc, char** argv) {
     CommandLine line(kHelp);
     for (const auto add :
          {AddVersionSnAndProbe, AddInfo, AddCaptureAndEnroll, AddMatch,
-          AddInspect, AddLog, AddExplain, AddBind, AddDoctor}) {
+          AddInspect, AddGallery, AddIdentifyAndVerify, AddLog, AddExplain,
+          AddBind, AddDoctor}) {
       add(&line);
     }
     return line.Run(argc, argv);

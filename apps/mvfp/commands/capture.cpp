@@ -1,4 +1,6 @@
 // capture and enroll: waiting for presses.
+#include "commands/capture.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -40,8 +42,7 @@ Examples:
   mvfp enroll --port ttyUSB0 --json
 )"};
 
-struct Options : DeviceOptions {
-  int timeout_s = 0;
+struct Options : PressOptions {
   std::string output;  // file for the text; "" is standard output
   bool guided = false;
 };
@@ -129,10 +130,8 @@ int Deliver(const Report& report, const Options& options, const char* field,
   return report.Result(fields, "");
 }
 
-int Wait(const Report& report, const Options& options,
-         const DriverCall<decltype(FG_GetFeature)>& call, int presses,
-         const char* field) {
-  if (!options.output.empty()) CheckWritable(options.output);
+std::string Wait(const PressOptions& options,
+                 const DriverCall<decltype(FG_GetFeature)>& call, int presses) {
   const Reply reply = [&] {
     Progress progress(presses, options.timeout_s);
     return RunDeviceCall(
@@ -147,45 +146,61 @@ int Wait(const Report& report, const Options& options,
         });
   }();
   if (reply.rc != FG_OK) throw CallFailure(call.name, reply, options);
-  if (*reply.text != '\0') return Deliver(report, options, field, reply.text);
+  if (*reply.text != '\0') return reply.text;
   throw Failure{"the reader took the press but found no print in it",
                 "clean the sensor and press again", kExitNoPress};
 }
 
+int Take(const Report& report, const Options& options,
+         const DriverCall<decltype(FG_GetFeature)>& call, int presses,
+         const char* field) {
+  if (!options.output.empty()) CheckWritable(options.output);
+  return Deliver(report, options, field, Wait(options, call, presses));
+}
+
 int Capture(const Report& report, const Options& options) {
-  return Wait(report, options, MVFP_DRIVER_CALL(FG_GetFeature), 1, "feature");
+  return Take(report, options, MVFP_DRIVER_CALL(FG_GetFeature), 1, "feature");
 }
 
 int Enroll(const Report& report, const Options& options) {
-  return Wait(report, options,
+  return Take(report, options,
               options.guided ? MVFP_DRIVER_CALL(FG_TipsGetTemplate)
                              : MVFP_DRIVER_CALL(FG_GetTemplate),
               3, "template");
 }
 
-void AddOptions(const Command<Options>& command, int timeout_s) {
-  constexpr int kLongest = 86400;
-  Options& options = *command.options;
-  options.timeout_s = timeout_s;
-  AddDeviceOptions(command.app, &options);
+void AddOutputOption(const Command<Options>& command) {
   command.app
-      ->add_option("-t,--timeout", options.timeout_s,
-                   "How long to wait for all presses together [" +
-                       std::to_string(timeout_s) + "]")
-      ->check(CLI::Range(1, kLongest))
-      ->type_name("SECONDS");
-  command.app
-      ->add_option("-o,--output", options.output,
+      ->add_option("-o,--output", command.options->output,
                    "Write the text to a file instead")
       ->type_name("FILE");
 }
 
 }  // namespace
 
+void AddPressOptions(CLI::App* command, int timeout_s, PressOptions* options) {
+  constexpr int kLongest = 86400;
+  options->timeout_s = timeout_s;
+  AddDeviceOptions(command, options);
+  command
+      ->add_option("-t,--timeout", options->timeout_s,
+                   "How long to wait for all presses together [" +
+                       std::to_string(timeout_s) + "]")
+      ->check(CLI::Range(1, kLongest))
+      ->type_name("SECONDS");
+}
+
+std::string CaptureFeature(const PressOptions& options) {
+  return Wait(options, MVFP_DRIVER_CALL(FG_GetFeature), 1);
+}
+
 void AddCaptureAndEnroll(CommandLine* line) {
-  AddOptions(line->Add(kCapture, Capture), 20);
+  const auto capture = line->Add(kCapture, Capture);
+  AddPressOptions(capture.app, 20, capture.options);
+  AddOutputOption(capture);
   const auto enroll = line->Add(kEnroll, Enroll);
-  AddOptions(enroll, 60);
+  AddPressOptions(enroll.app, 60, enroll.options);
+  AddOutputOption(enroll);
   enroll.app->add_flag("--guided", enroll.options->guided,
                        "Guide the user with the prompt window");
 }

@@ -15,6 +15,8 @@ void AddLog(CommandLine* line);
 void AddExplain(CommandLine* line);
 void AddBind(CommandLine* line);
 void AddDoctor(CommandLine* line);
+void AddGallery(CommandLine* line);
+void AddIdentifyAndVerify(CommandLine* line);
 
 }  // namespace corvex::mvfp
 

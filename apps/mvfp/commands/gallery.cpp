@@ -1,0 +1,230 @@
+// gallery: whose records this site knows. Touches no reader.
+#include <mv_match.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "commands/commands.h"
+#include "files.h"
+#include "gallery/gallery_file.h"
+#include "records/record.h"
+
+namespace corvex::mvfp {
+namespace {
+
+constexpr Help kGallery = {
+    "gallery", "Keep the records of this site's people",
+    R"(The gallery is an SQLite file: --gallery FILE, or MVFP_GALLERY, or a file in your
+data directory. Only its owner may read it. mvfp identify searches it.
+
+Examples:
+  mvfp gallery add anna.template --id T1007 --finger right-index
+  mvfp gallery list
+  mvfp gallery remove T1007
+  mvfp gallery export >people.tsv
+)"};
+constexpr Help kAdd = {"add", "Add a record",
+                       R"(A record is given as for match.
+
+Examples:
+  mvfp gallery add anna.template --id T1007 --finger right-index
+  mvfp enroll | mvfp gallery add - --id T1007 --finger left-thumb
+)"};
+constexpr Help kList = {"list", "Print who is in it, and which fingers",
+                        R"(Examples:
+  mvfp gallery list
+  mvfp gallery list --id T1007 --json
+)"};
+constexpr Help kRemove = {"remove", "Remove a person, or one finger",
+                          R"(Examples:
+  mvfp gallery remove T1007
+  mvfp gallery remove T1007 --finger left-thumb
+)"};
+constexpr Help kExport = {
+    "export", "Print all of it, a line a record",
+    R"(A line is the id, the finger and the record in Base64, with tabs between them.
+
+Example:
+  mvfp gallery export >people.tsv
+)"};
+constexpr Help kImport = {
+    "import", "Add the records of a file, all or none",
+    R"(Takes what export prints; - is standard input. A bad line is named with its
+number, and nothing is added then.
+
+Example:
+  mvfp gallery import people.tsv
+)"};
+
+struct Options {
+  std::string gallery;
+  std::string id;
+  std::string finger;
+  std::string file;  // or record
+};
+
+// Ids and fingers are printed with tabs between them, a line each.
+std::string ProblemOfName(const std::string& name) {
+  if (name.empty()) return "is empty";
+  const auto steers = [](unsigned char c) { return c < ' ' || c == 0x7F; };
+  return std::any_of(name.begin(), name.end(), steers)
+             ? "has a tab, a line's end or another control character"
+             : "";
+}
+
+// The record's bytes; `problem` says what is wrong with a text.
+std::string RecordOf(const std::string& text, std::string* problem) {
+  char bytes[MV_RECORD_BYTES];
+  char why[MV_PROBLEM_BYTES] = "";
+  const int length = mv_record_from_text(text.data(), text.size(), bytes, why);
+  *problem = why;
+  return {bytes, static_cast<size_t>(std::max(length, 0))};
+}
+
+std::string TextOf(const std::string& record) {
+  char text[MV_RECORD_TEXT_BYTES] = "";
+  mv_record_to_text(record.data(), record.size(), text, sizeof text);
+  return text;
+}
+
+std::string Plural(size_t count) {
+  return std::to_string(count) + (count == 1 ? " record" : " records");
+}
+
+int Add(const Report& report, const Options& options) {
+  for (const auto& [what, name] :
+       {std::pair("id", options.id), std::pair("finger", options.finger)}) {
+    const std::string problem = ProblemOfName(name);
+    if (!problem.empty()) {
+      throw UsageFailure(std::string("the ") + what + " " + problem,
+                         "see: mvfp gallery add --help");
+    }
+  }
+  const Record loaded = LoadRecord(options.file);
+  std::string problem;
+  const std::string record = RecordOf(loaded.text, &problem);
+  if (!problem.empty()) {
+    throw UsageFailure(loaded.source + ": " + problem,
+                       "look at it: mvfp inspect " + options.file);
+  }
+  GalleryFile gallery(options.gallery, GalleryFile::kWrites);
+  gallery.Add({{0, options.id, options.finger, record, ""}});
+  return report.Result({{"id", options.id},
+                        {"finger", options.finger},
+                        {"gallery", gallery.Path()}},
+                       "added " + options.id + ", " + options.finger + "\n");
+}
+
+int List(const Report& report, const Options& options) {
+  const GalleryFile gallery(options.gallery, GalleryFile::kReads);
+  Json records = Json::array();
+  std::ostringstream text;
+  for (const GalleryEntry& entry : gallery.Entries(options.id)) {
+    const int minutiae = static_cast<uint8_t>(entry.record[2]);
+    records.push_back({{"id", entry.id},
+                       {"finger", entry.finger},
+                       {"minutiae", minutiae},
+                       {"added", entry.added}});
+    text << entry.id << '\t' << entry.finger << '\t' << minutiae
+         << " minutiae\t" << entry.added << '\n';
+  }
+  return report.Result({{"records", records}}, text.str(),
+                       records.empty() ? kExitNo : kExitOk);
+}
+
+int Remove(const Report& report, const Options& options) {
+  GalleryFile gallery(options.gallery, GalleryFile::kWrites);
+  const int removed = gallery.Remove(options.id, options.finger);
+  return report.Result({{"removed", removed}},
+                       "removed " + Plural(static_cast<size_t>(removed)) + "\n",
+                       removed == 0 ? kExitNo : kExitOk);
+}
+
+int Export(const Report& report, const Options& options) {
+  const GalleryFile gallery(options.gallery, GalleryFile::kReads);
+  Json records = Json::array();
+  std::string text;
+  for (const GalleryEntry& entry : gallery.Entries()) {
+    const std::string record = TextOf(entry.record);
+    records.push_back(
+        {{"id", entry.id}, {"finger", entry.finger}, {"record", record}});
+    text += entry.id + '\t' + entry.finger + '\t' + record + '\n';
+  }
+  return report.Result({{"records", records}}, text);
+}
+
+GalleryEntry ParseLine(const std::string& line, std::string* problem) {
+  const size_t first = line.find('\t');
+  const size_t second =
+      first == std::string::npos ? first : line.find('\t', first + 1);
+  if (second == std::string::npos) {
+    *problem = "is not an id, a finger and a record with tabs between them";
+    return {};
+  }
+  GalleryEntry entry;
+  entry.id = line.substr(0, first);
+  entry.finger = line.substr(first + 1, second - first - 1);
+  for (const std::string& name : {entry.id, entry.finger}) {
+    *problem = ProblemOfName(name);
+    if (!problem->empty()) {
+      *problem = "its id or finger " + *problem;
+      return {};
+    }
+  }
+  entry.record = RecordOf(line.substr(second + 1), problem);
+  return entry;
+}
+
+int Import(const Report& report, const Options& options) {
+  std::ifstream file;
+  if (options.file != "-") {
+    file.open(options.file);
+    if (!file) {
+      throw SystemFailure("read", options.file, "name another file",
+                          kExitUsage);
+    }
+  }
+  std::istream& lines = options.file == "-" ? std::cin : file;
+  std::vector<GalleryEntry> entries;
+  for (std::string line; std::getline(lines, line);) {
+    std::string problem;
+    entries.push_back(ParseLine(line, &problem));
+    if (!problem.empty()) {
+      throw UsageFailure(
+          "line " + std::to_string(entries.size()) + ": " + problem,
+          "nothing was added; mend the line");
+    }
+  }
+  GalleryFile gallery(options.gallery, GalleryFile::kWrites);
+  gallery.Add(entries);
+  return report.Result({{"added", entries.size()}},
+                       "added " + Plural(entries.size()) + "\n");
+}
+
+}  // namespace
+
+void AddGallery(CommandLine* line) {
+  CLI::App* const group = line->AddGroup(kGallery);
+  const auto add = line->Add(kAdd, Add, group);
+  add.app->add_option("RECORD", add.options->file, "The record")->required();
+  add.app->add_option("--id", add.options->id, "Whose it is")->required();
+  add.app->add_option("--finger", add.options->finger, "Which finger")
+      ->required();
+  const auto list = line->Add(kList, List, group);
+  list.app->add_option("--id", list.options->id, "Only this person's");
+  const auto remove = line->Add(kRemove, Remove, group);
+  remove.app->add_option("ID", remove.options->id, "Who")->required();
+  remove.app->add_option("--finger", remove.options->finger,
+                         "Only this finger");
+  const auto exporting = line->Add(kExport, Export, group);
+  const auto import = line->Add(kImport, Import, group);
+  import.app->add_option("FILE", import.options->file, "What export printed")
+      ->required();
+  for (const auto& command : {add, list, remove, exporting, import}) {
+    AddGalleryOption(command.app, &command.options->gallery);
+  }
+}
+
+}  // namespace corvex::mvfp
