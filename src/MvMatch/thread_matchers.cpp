@@ -21,6 +21,7 @@ pthread_mutex_t g_registry_mutex = PTHREAD_MUTEX_INITIALIZER;
 ThreadBlock* g_blocks = nullptr;  // of all threads
 pthread_key_t g_key;
 std::atomic<bool> g_has_key{false};
+pthread_once_t g_fork_once = PTHREAD_ONCE_INIT;
 bool g_fork_handled = false;
 
 pthread_mutex_t g_common_mutex = PTHREAD_MUTEX_INITIALIZER;
@@ -102,14 +103,18 @@ __attribute__((destructor)) static void DiscardAll() {
 
 }  // extern "C"
 
+void HandleForks() {
+  g_fork_handled =
+      pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild) == 0;
+}
+
 bool MakeKey() {
+  // Before anybody takes the mutex: a child that is forked in between would
+  // find it held for ever.
+  pthread_once(&g_fork_once, HandleForks);
+  if (!g_fork_handled) return false;
   const Lock lock(&g_registry_mutex);
   if (g_has_key) return true;
-  if (!g_fork_handled &&
-      pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild) != 0) {
-    return false;
-  }
-  g_fork_handled = true;
   if (pthread_key_create(&g_key, EndThread) != 0) return false;
   g_has_key = true;
   return true;

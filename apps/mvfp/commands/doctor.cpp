@@ -19,8 +19,9 @@ constexpr Help kHelp = {
     R"(Looks at the driver and what it needs, the lock, the log, and the port; without
 --port at every port that may have a reader. Each line is ok, a note (calls work,
 with less comfort) or a problem (calls fail); below it stands the one command
-that mends it. Nothing is changed, and no reader is asked. Exit 0 says that a
-call can work, 1 that none can. Only root sees what other users' processes do.
+that mends it. The lock is taken for a moment, as a call does; nothing is changed,
+and no reader is asked. Exit 0 says that a call can work, 1 that none can. Only
+root sees what other users' processes do.
 
 Examples:
   mvfp doctor
