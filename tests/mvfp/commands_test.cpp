@@ -81,6 +81,20 @@ const Situation kSituations[] = {
      "grep -aoc PNG /tmp/a.png; "
      "grep -c 'M 432[.0-9]* 448[.0-9]* L 432[.0-9]* 425' /tmp/a.svg",
      0, "1\n1", "drew /tmp/a.png\nmvfp: drew /tmp/a.svg\n"},
+    {"PersonIsIdentified", "press 1 1; wait-for capture; press 2 1",
+     "export MVFP_GALLERY=/tmp/g; mvfp capture >/tmp/1; mvfp capture >/tmp/2; "
+     "umask 0; mvfp gallery add /tmp/1 --id T1 --finger r1 >/dev/null; "
+     "mvfp gallery export | sed s/T1/T2/ | mvfp gallery import -; "
+     "mvfp identify -r /tmp/1 --best 5; mvfp verify --id T2 -r /tmp/2; "
+     "mvfp gallery remove T2; stat -c %a /tmp/g",
+     0,
+     "added 1 record\nT1\tr1\tscore 100, level 5\nT2\tr1\tscore 100, level 5\n"
+     "no match: nobody scores more than 36, level 3\nremoved 1 record\n600",
+     ""},
+    {"BadLineImportsNothing", "",
+     "printf 'a\\tb\\tEgAA\\na\\tb\\tEg\\n' >/tmp/1; "
+     "mvfp gallery import /tmp/1 -g /tmp/g || ls /tmp/g",
+     2, "", "line 2: ends after 0 bytes, within its head of 3\nmvfp: nothing"},
     {"MeaningByNames", "", "mvfp explain FG_ERR_BUSY commcall | head -n 1", 0,
      "-14 FG_ERR_BUSY", ""},
     {"PageOfTheDocumentation", "",
