@@ -4,9 +4,9 @@
  * keeps no file, and starts threads only while a search runs.
  *
  * Rules that all calls share:
- * - A record is the bytes of a feature or template, 3 to 253 of them; more bytes
- *   than its count of minutiae needs are ignored. As text it is Base64, the form
- *   in which the driver gives it (mv_fpi.h), without line breaks.
+ * - A record is the bytes of a feature or template, 3 to 253 of them; more
+ * bytes than its count of minutiae needs are ignored. As text it is Base64, the
+ * form in which the driver gives it (mv_fpi.h), without line breaks.
  * - 0 and more is success; a negative result is one of MV_ERR_*, and then no
  *   output was written, but for the text of a problem.
  * - Nothing keeps a pointer into the caller's memory after it has returned.
@@ -95,13 +95,14 @@ MV_API int mv_record_to_text(const void* record, size_t bytes, char* text,
  * faster with the one in front.
  *
  * A code of mv_check_record when either record cannot be compared. */
-MV_API int mv_compare(const void* first, size_t first_bytes,
-                      const void* second, size_t second_bytes);
+MV_API int mv_compare(const void* first, size_t first_bytes, const void* second,
+                      size_t second_bytes);
 
 /* The same of two texts, each with a NUL. */
 MV_API int mv_compare_text(const char* first, const char* second);
 
-/* The score that must be exceeded at a level from 1 to 5, or MV_ERR_ARGUMENT. */
+/* The score that must be exceeded at a level from 1 to 5, or MV_ERR_ARGUMENT.
+ */
 MV_API int mv_threshold(int level);
 
 /* The highest level that a score passes, 1 to 5; 0 when it passes none. */
@@ -125,7 +126,8 @@ MV_API int mv_choose_template(const void* const* records, const size_t* bytes,
 /* ---- Many records -------------------------------------------------------- */
 
 /* Records in memory, each with an id (whose) and a finger (which); both are the
- * caller's own numbers, and neither need be unique. Takes 272 bytes a record. */
+ * caller's own numbers, and neither need be unique. Takes 272 bytes a record.
+ */
 typedef struct mv_gallery mv_gallery;
 
 /* A hit: an id, once, with the best of its records. */
