@@ -4,9 +4,9 @@
  * keeps no file, and starts threads only while a search runs.
  *
  * Rules that all calls share:
- * - A record is the bytes of a feature or template, 3 to 253 of them; more
- * bytes than its count of minutiae needs are ignored. As text it is Base64, the
- * form in which the driver gives it (mv_fpi.h), without line breaks.
+ * - A record is the bytes of a feature or template, 3 to 253 of them; what
+ *   follows the last minutia is ignored. As text it is Base64, the form in
+ *   which the driver gives it (mv_fpi.h), without line breaks.
  * - 0 and more is success; a negative result is one of MV_ERR_*, and then no
  *   output was written, but for the text of a problem.
  * - Nothing keeps a pointer into the caller's memory after it has returned.
