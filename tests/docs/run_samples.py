@@ -75,6 +75,7 @@ def use_installed():
         PKG_CONFIG_PATH=f"{driver.parent}/pkgconfig",
         PKG_CONFIG_SYSROOT_DIR=str(root),
         CMAKE_PREFIX_PATH=str(prefix),
+        CMAKE_GENERATOR="Ninja",
         MV_FPI_LIBRARY=str(driver),
         HOME=os.getcwd(),
         PIP_NO_INDEX="1")

@@ -42,7 +42,7 @@ int PassTime(const timeval* time) {
   return 0;
 }
 
-void* Counted(void* block) {
+[[maybe_unused]] void* Counted(void* block) {
   if (block != nullptr && g_shim.inside) ++g_shim.report.memory_left;
   return block;
 }
@@ -120,6 +120,9 @@ FILE* popen(const char* command, const char* mode) {
   return Fails(Shimmed::kPopen) ? nullptr : real(command, mode);
 }
 
+// A sanitizer has an allocator of its own.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
 // The C library's own, as its allocator exports them for this purpose.
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_calloc(size_t count, size_t size);
@@ -144,4 +147,5 @@ void free(void* block) noexcept {
   __libc_free(block);
 }
 
+#endif
 #pragma GCC visibility pop
