@@ -1,4 +1,4 @@
-/* mv_match: fingerprint records without a reader: compare two, search many.
+/* mv_match.h - compare fingerprint records, search many, without a reader.
  *
  * For servers and terminals alike: the library opens no device, writes no log,
  * keeps no file, and starts threads only while a search runs.
