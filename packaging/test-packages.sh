@@ -90,8 +90,10 @@ install_driver_alone() {
 
 # The next release, as the package manager sees it.
 raise_version() {
+  local version
+  version=$(dpkg-deb -f "$1" Version)
   dpkg-deb -R "$1" /mnt/unpacked
-  sed -i -E '/^(Version|Depends):/s/([0-9.]+)-1\b/\1-2/' \
+  sed -i -E "/^(Version|Depends):/s/${version//./\\.}\b/${version%-1}-2/g" \
     /mnt/unpacked/DEBIAN/control
   dpkg-deb -b --root-owner-group /mnt/unpacked "$1" >/dev/null
   rm -r /mnt/unpacked
