@@ -19,7 +19,8 @@ scripts/with-postgresql.sh "$build" scripts/scale-out.sh "${1:-20000}"
 installed=$PWD/$build/tests/docs/installed
 ctest --preset release -R '^docs\.install$' --quiet
 for document in docs/sql.md docs/scale-out.md; do
-  MV_INSTALLED=$installed MV_BUILD_DIR=$PWD/$build PYTHONPATH=$PWD/python \
+  MV_INSTALLED=$installed MV_BUILD_DIR=$PWD/$build CC=cc CXX=c++ \
+    PYTHONPATH=$PWD/python \
     PYTHONDONTWRITEBYTECODE=1 PYTHONIOENCODING=utf-8 \
     tests/support/in_own_world.sh scripts/with-postgresql.sh "$build" \
     $python tests/docs/run_samples.py "$document" | tee "$build/samples.log"
