@@ -23,8 +23,8 @@ constexpr int kSchemaVersion = 1;
 constexpr int kPatienceMs = 10000;
 
 constexpr const char* kSchema[] = {
-    "CREATE TABLE fingers (number INTEGER PRIMARY KEY, id TEXT NOT NULL, "
-    "finger TEXT NOT NULL, record BLOB NOT NULL, added TEXT NOT NULL)",
+    ("CREATE TABLE fingers (number INTEGER PRIMARY KEY, id TEXT NOT NULL, "
+     "finger TEXT NOT NULL, record BLOB NOT NULL, added TEXT NOT NULL)"),
     "CREATE INDEX fingers_by_id ON fingers (id, finger)",
     "PRAGMA user_version = 1"};
 
