@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 
 namespace corvex::mvfp {
 
@@ -44,7 +45,8 @@ void Say(const std::string& text);
 class Report {
  public:
   // `command` as "capture" or "log follow".
-  Report(std::string command, bool json) : command_(command), json_(json) {}
+  Report(std::string command, bool json)
+      : command_(std::move(command)), json_(json) {}
 
   // The result, as fields for --json and as text otherwise. Returns the exit
   // code, kExitFailed when standard output cannot take it.

@@ -18,12 +18,14 @@ struct DriverCall {
 // Throws a Failure when the driver, or this name in it, is missing.
 void* FindInDriver(const char* name);
 
+template <typename Function>
+DriverCall<Function> CallNamed(const char* name) {
+  return {name, reinterpret_cast<Function*>(FindInDriver(name))};
+}
+
 }  // namespace corvex::mvfp
 
-#define MVFP_DRIVER_CALL(function)                         \
-  corvex::mvfp::DriverCall<decltype(function)> {           \
-#function, reinterpret_cast < decltype(&function)>     \
-                   (corvex::mvfp::FindInDriver(#function)) \
-  }
+#define MVFP_DRIVER_CALL(function) \
+  corvex::mvfp::CallNamed<decltype(function)>(#function)
 
 #endif  // APPS_MVFP_CALLS_DRIVER_H_
