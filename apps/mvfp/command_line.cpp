@@ -13,10 +13,11 @@ bool AsksForJson(int argc, char** argv) {
 }
 
 // "mvfp log follow", as far as it was understood.
-std::string PathOf(const CLI::App& app) {
-  std::string path = app.get_name();
-  for (const CLI::App* below : app.get_subcommands()) {
-    path += " " + PathOf(*below);
+std::string PathOf(const CLI::App* app) {
+  std::string path = app->get_name();
+  while (!app->get_subcommands().empty()) {
+    app = app->get_subcommands().back();
+    path += " " + app->get_name();
   }
   return path;
 }
@@ -56,11 +57,11 @@ int CommandLine::Run(int argc, char** argv) {
   } catch (const CLI::Success& request) {
     return app_.exit(request);
   } catch (const CLI::ParseError& error) {
-    const std::string path = PathOf(app_);
+    const std::string path = PathOf(&app_);
     return Report(path.substr(path.find(' ') + 1), AsksForJson(argc, argv))
         .Failed(UsageFailure(error.what(), "see: " + path + " --help"));
   }
-  const Report report(PathOf(app_).substr(sizeof "mvfp"), json_);
+  const Report report(PathOf(&app_).substr(sizeof "mvfp"), json_);
   try {
     return chosen_(report);
   } catch (const Failure& failure) {

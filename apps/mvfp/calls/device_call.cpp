@@ -171,7 +171,7 @@ void AddDeviceOptions(CLI::App* command, DeviceOptions* options) {
 }
 
 std::string PortOf(const DeviceOptions& options) {
-  const std::string port = PortName(options.port);
+  std::string port = PortName(options.port);
   if (!port.empty()) return port;
   throw UsageFailure(options.port.empty()
                          ? "no port given"

@@ -19,13 +19,13 @@ struct DriverCall {
 void* FindInDriver(const char* name);
 
 template <typename Function>
-DriverCall<Function> FindCall(const char* name) {
+DriverCall<Function> CallNamed(const char* name) {
   return {name, reinterpret_cast<Function*>(FindInDriver(name))};
 }
 
 }  // namespace corvex::mvfp
 
 #define MVFP_DRIVER_CALL(function) \
-  corvex::mvfp::FindCall<decltype(function)>(#function)
+  corvex::mvfp::CallNamed<decltype(function)>(#function)
 
 #endif  // APPS_MVFP_CALLS_DRIVER_H_

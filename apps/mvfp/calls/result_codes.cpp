@@ -2,15 +2,11 @@
 
 #include <functional>
 
+#include "calls/result_codes_table.h"
 #include "ports/port.h"
 
 namespace corvex::mvfp {
 namespace {
-
-// The file, which the build puts in here.
-constexpr char kTable[] =
-#include "calls/result_codes_table.inc"
-    ;
 
 // No call talks to the reader before its first pause of 250 ms is over.
 constexpr long kFirstPauseMs = 250;
@@ -60,7 +56,7 @@ std::string RemedyFor(const Meaning& row, const DeviceOptions& options) {
 }  // namespace
 
 const Meanings& AllMeanings() {
-  static const Meanings rows = nlohmann::json::parse(kTable);
+  static const Meanings rows = nlohmann::json::parse(kResultCodes);
   return rows;
 }
 

@@ -203,8 +203,9 @@ int List(const Report& report) {
     std::error_code not_plugged_in;
     const std::string target = fs::canonical(link, not_plugged_in);
     bindings.push_back({{"link", link}, {"target", target}, {"match", match}});
-    text += link + " -> " + (target.empty() ? "(not plugged in)" : target) +
-            "  " + match + "\n";
+    text.append(link + " -> ")
+        .append(target.empty() ? "(not plugged in)" : target)
+        .append("  " + match + "\n");
   }
   return report.Result({{"bindings", bindings}}, text);
 }

@@ -72,7 +72,7 @@ int Info(const Report& report, const DeviceOptions& options) {
                         report.IsJson() ? text + "\n" : Printable(Table(text)));
   }
   const Failure failure = CallFailure(call.name, reply, options);
-  if (text.empty() || !report.IsJson()) throw failure;
+  if (text.empty() || !report.IsJson()) throw Failure(failure);
   // The reply is this command's object, for a failure too.
   plain.Result({}, text + "\n");
   return plain.Failed(failure);

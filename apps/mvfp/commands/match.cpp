@@ -47,7 +47,8 @@ int Match(const Report& report, const Options& options) {
   std::vector<std::string> findings;
   for (const Record& record : {first, second}) {
     for (const auto& [fatal, where, what] : record.findings) {
-      findings.push_back(record.source + ": " + where + ": " + what);
+      findings.push_back(record.source);
+      findings.back().append(": " + where + ": ").append(what);
     }
   }
   // The library's own scores may be anything, the matcher's are 0 to 100.

@@ -54,9 +54,10 @@ std::string ConsoleCommand(const std::string& console) {
   for (const std::string path : {"/boot/firmware/cmdline.txt",
                                  "/boot/cmdline.txt", "/etc/default/grub"}) {
     if (!Contains(ReadText(path), console)) continue;
-    return "sudo sed -i 's/" + console + "[^ \"]*//' " + path +
-           (Contains(path, "grub") ? " && sudo update-grub" : "") +
-           " && sudo reboot";
+    std::string command = "sudo sed -i 's/" + console;
+    command.append("[^ \"]*//' ").append(path);
+    if (Contains(path, "grub")) command += " && sudo update-grub";
+    return command + " && sudo reboot";
   }
   return "sudo grep -rl " + console + " /boot /etc/default";
 }
@@ -92,10 +93,10 @@ void CheckModemProber(const Box& box, const std::string& port,
 
 Finding CheckComLink(const std::string& port, const struct stat& node) {
   for (const std::string& com : PortsLike("COM*")) {
-    const std::string link = "/dev/" + com;
+    std::string link = "/dev/" + com;
     struct stat target {};
     if (stat(link.c_str(), &target) == 0 && target.st_rdev == node.st_rdev) {
-      return {kOk, "link", link + " is " + port, ""};
+      return {kOk, "link", link.append(" is ").append(port), ""};
     }
   }
   return {kNote, "link",

@@ -100,8 +100,8 @@ void ReadHead(Record* record) {
 
 void CheckCount(Record* record) {
   const size_t size = record->bytes.size();
-  const auto expected =
-      static_cast<size_t>(kRecordHeadBytes + kMinutiaBytes * record->count);
+  const size_t expected =
+      kRecordHeadBytes + kMinutiaBytes * static_cast<size_t>(record->count);
   if (record->count > kMaxMinutiae) {
     record->Refuse(ByteAt(2), Over("count", record->count, kMaxMinutiae));
   } else if (size < expected) {
