@@ -30,7 +30,8 @@ class Host : public DriverTest {
   }
 };
 
-// With the real window, on a display without a screen, where there is one.
+// With the real window, on a display without a screen, where there is one: it
+// sees that it is alone, which the stand-in does not.
 TEST_F(Host, KilledAtAnyMomentLeavesAWorkingDriverAndNoWindow) {
 #ifdef MV_WINDOW
   setenv("QT_QPA_PLATFORM", "offscreen", 1);
@@ -46,7 +47,9 @@ TEST_F(Host, KilledAtAnyMomentLeavesAWorkingDriverAndNoWindow) {
     usleep(ms * 1000);
     kill(host, SIGKILL);
     killed += WIFSIGNALED(StatusOf(host)) ? 1 : 0;
+#ifdef MV_WINDOW
     ExpectNoPrompt();
+#endif
     // A child that it was just starting lets go when its program begins.
     EXPECT_TRUE(support::Eventually(support::LockIsFree));
     RenewReader();
@@ -81,14 +84,14 @@ TEST_F(Host, OneOfManyReachesTheReaderAndNoneIsLost) {
 TEST_F(Host, RunningForYearsLosesNoMemory) {
   // One heap: which of several a thread gets is a matter of chance.
   mallopt(M_ARENA_MAX, 1);
-  size_t in_use[3] = {};  // the first still grows to what is needed
+  size_t in_use[2] = {};
   for (size_t& bytes : in_use) {
-    for (int round = 0; round < 15; ++round) {
+    for (int round = 0; round < 40; ++round) {
       for (const char* call :
            {"FG_GetFeature", "FG_GetTemplate", "DEV_CommCall", "FG_FpMatch"}) {
         EXPECT_EQ(0, Call(call).code) << call;
       }
-      EXPECT_TRUE(round % 5 != 0 || Call(kGuided).code == 0);
+      EXPECT_TRUE(round % 10 != 0 || Call(kGuided).code == 0);
       site_.Unload();
       site_.Load();
       RenewReader();
@@ -96,7 +99,7 @@ TEST_F(Host, RunningForYearsLosesNoMemory) {
     const struct mallinfo2 info = mallinfo2();
     bytes = info.uordblks + info.hblkhd;
   }
-  EXPECT_LT(in_use[2], in_use[1] + 15 * 16);  // less than a block each time
+  EXPECT_LT(in_use[1], in_use[0] + 40 * 16);  // less than a block each time
   ExpectNoPrompt();
   EXPECT_EQ(0, Blocks());
 }
