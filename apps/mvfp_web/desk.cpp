@@ -39,13 +39,10 @@ QJsonObject Broken(Outcome::Kind kind) {
                            {"the call hung, and was ended",
                             "调用无响应，已终止", "try again", "请重试"}));
   }
-  return Failed(OwnError(RpcCode::kWorker, "the call crashed",
-                         {"the call crashed", "调用异常终止",
-                          "try again; if it stays, tell the operator",
-                          "请重试；若仍然如此，请联系管理员"}));
+  return Failed(OwnError(RpcCode::kWorker, "the call crashed", kCrashed));
 }
 
-QJsonObject AnswerTo(const Outcome& outcome, bool cancelled) {
+QJsonObject AnswerTo(const Outcome& outcome, bool cancelled, bool has_records) {
   if (outcome.kind == Outcome::kReply && outcome.reply["ok"].toBool()) {
     QJsonObject result = outcome.reply;
     result.remove("ok");
@@ -53,7 +50,9 @@ QJsonObject AnswerTo(const Outcome& outcome, bool cancelled) {
     return {{"result", result}};
   }
   if (cancelled || outcome.kind == Outcome::kEnded) return Cancelled();
-  if (outcome.kind == Outcome::kReply) return Failed(ErrorOf(outcome.reply));
+  if (outcome.kind == Outcome::kReply) {
+    return Failed(ErrorOf(outcome.reply, has_records));
+  }
   return Broken(outcome.kind);
 }
 
@@ -148,7 +147,9 @@ void Desk::Finish(Counter* counter, const Outcome& outcome) {
     Begin(counter);
   }
   if (ticket.caller != nullptr) {
-    ticket.caller->Answer(ticket.id, AnswerTo(outcome, ticket.cancelled));
+    ticket.caller->Answer(ticket.id,
+                          AnswerTo(outcome, ticket.cancelled,
+                                   !ticket.call.job.records.isEmpty()));
   }
   if (empty_ && !reader_.now && !records_.now) empty_();
 }

@@ -20,9 +20,22 @@ bool IsId(const QJsonValue& id) {
   return id.isDouble() || (id.isString() && id.toString().size() <= kLongestId);
 }
 
-RpcCode CodeOf(Understood understood) {
-  return understood == Understood::kBadParameters ? RpcCode::kParameters
-                                                  : RpcCode::kMethod;
+constexpr Words kNotUnderstood = {
+    "the page sent a request that is not understood", "页面发送的请求无效",
+    "tell who made the page", "请联系页面开发者"};
+
+QJsonObject RefusalOf(Understood understood, const QString& trouble) {
+  if (understood == Understood::kNoGallery) {
+    return OwnError(
+        RpcCode::kSetUp, trouble,
+        {"no gallery is configured on this terminal", "此终端未配置指纹库",
+         "ask the operator to name one in web.conf",
+         "请管理员在 web.conf 中指定"});
+  }
+  return OwnError(understood == Understood::kBadParameters
+                      ? RpcCode::kParameters
+                      : RpcCode::kMethod,
+                  trouble, kNotUnderstood);
 }
 
 }  // namespace
@@ -90,7 +103,7 @@ void Page::OnRequest(const QJsonObject& request) {
   const Understood understood = Understand(
       request["method"].toString(), parameters, settings_, &call, &trouble);
   if (understood == Understood::kYes) return desk_->Take(this, id, call);
-  Reject(id, CodeOf(understood), trouble);
+  Answer(id, {{"error", RefusalOf(understood, trouble)}});
 }
 
 void Page::Reject(const QJsonValue& id, RpcCode code, const QString& what) {

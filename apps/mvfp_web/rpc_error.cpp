@@ -40,6 +40,33 @@ QString WithoutPlaces(QString text) {
   return text.replace(place, "a record");
 }
 
+// What mvfp itself found, and no call of the driver.
+QJsonObject ToolError(const QJsonObject& reply, const QString& what,
+                      bool has_records) {
+  constexpr int kUsage = 2;
+  constexpr int kNoPress = 3;
+  const QJsonObject error = reply["error"].toObject();
+  if (error.contains("signal")) {
+    return OwnError(RpcCode::kWorker, what, kCrashed);
+  }
+  if (reply["exit_code"] == kNoPress) {
+    return OwnError(
+        RpcCode::kNoPrint, what,
+        {"the reader took the press but found no print in it",
+         "读头未从按压中得到指纹", "clean the sensor and press again",
+         "请擦净传感器后重新按压"});
+  }
+  if (reply["exit_code"] == kUsage && has_records) {
+    return OwnError(RpcCode::kRecord, what,
+                    {"a record is malformed", "指纹记录格式错误",
+                     "enrol or capture again", "请重新登记或采集"});
+  }
+  return OwnError(RpcCode::kSetUp, what,
+                  {"this terminal is not set up for the call",
+                   "此终端未按此调用配置", "tell the operator", "请联系管理员"},
+                  {{"next", error["next"]}});
+}
+
 }  // namespace
 
 QJsonObject OwnError(RpcCode code, const QString& what, const Words& words,
@@ -52,27 +79,11 @@ QJsonObject OwnError(RpcCode code, const QString& what, const Words& words,
   return Error(code, what, data);
 }
 
-QJsonObject ErrorOf(const QJsonObject& reply) {
+QJsonObject ErrorOf(const QJsonObject& reply, bool has_records) {
   const QJsonObject error = reply["error"].toObject();
   const QString what = WithoutPlaces(error["what"].toString());
-  if (error.contains("signal")) {
-    return OwnError(RpcCode::kWorker, what,
-                    {"the call crashed", "调用异常终止",
-                     "try again; if it stays, tell the operator",
-                     "请重试；若仍然如此，请联系管理员"});
-  }
   if (!error.contains("code")) {
-    const bool no_print = reply["exit_code"] == 3;
-    return OwnError(
-        RpcCode::kRefused, what,
-        no_print
-            ? Words{"the reader took the press but found no print in it",
-                    "读头未从按压中得到指纹",
-                    "clean the sensor and press again",
-                    "请擦净传感器后重新按压"}
-            : Words{"the request cannot be carried out as it is",
-                    "无法执行此请求", "look at what it says", "请查看详细信息"},
-        {{"next", error["next"]}});
+    return ToolError(reply, what, has_records);
   }
   QJsonArray rows;
   for (const QJsonValueConstRef row : error["meanings"].toArray()) {

@@ -13,7 +13,9 @@ enum class RpcCode {  // pages test these: add, never renumber
   kBusy = -32001,     // another page's call, or an earlier one of this page
   kCancelled = -32002,
   kWorker = -32003,   // the call crashed or hung; the next one starts afresh
-  kRefused = -32004,  // by mvfp, before the driver: a bad record, no port
+  kRecord = -32004,   // a record is malformed
+  kSetUp = -32005,    // the service lacks what the call takes
+  kNoPrint = -32006,  // a press without a print
   kParse = -32700,
   kRequest = -32600,
   kMethod = -32601,
@@ -27,12 +29,17 @@ struct Words {
   const char* remedy_zh;
 };
 
+constexpr Words kCrashed = {"the call crashed", "调用异常终止",
+                            "try again; if it stays, tell the operator",
+                            "请重试；若仍然如此，请联系管理员"};
+
 // An error of this service's own; `what` is for the developer, English.
 QJsonObject OwnError(RpcCode code, const QString& what, const Words& words,
                      QJsonObject data = {});
 
-// From what mvfp --json printed about a failed call.
-QJsonObject ErrorOf(const QJsonObject& reply);
+// From what mvfp --json printed about a failed call, to which a page may have
+// given records.
+QJsonObject ErrorOf(const QJsonObject& reply, bool has_records);
 
 }  // namespace corvex::mvfp_web
 

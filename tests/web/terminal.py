@@ -26,6 +26,8 @@ class Terminal:
     def __init__(self, *options, origins=(ORIGIN,), tool=None):
         self._home = tempfile.TemporaryDirectory()
         self.home = pathlib.Path(self._home.name)
+        # Ports are named below /dev, and this one keeps its name.
+        self.device = f"/dev/..{self.home}/port"
         self.port = free_port()
         self.options = [f"--allow-origin={origin}" for origin in origins]
         self.options += options
@@ -65,10 +67,8 @@ class Terminal:
         self.reader.stdout.close()
 
     def start(self):
-        # Ports are named below /dev, and this one keeps its name.
-        reader = "/dev/.." + str(self.home / "port")
         self.service = subprocess.Popen(
-            [self.program, f"--port={self.port}", f"--reader={reader}",
+            [self.program, f"--port={self.port}", f"--reader={self.device}",
              "--config=/dev/null", *self.options],
             stderr=subprocess.PIPE, text=True,
             env=os.environ | {"LD_LIBRARY_PATH": str(OUT)})
@@ -79,10 +79,16 @@ class Terminal:
         self.said = self.service.communicate()[1]
         return self.service.returncode
 
-    def mvfp(self, *arguments):
+    def version(self):
+        """What the tool learns of the reader, past the service."""
         return subprocess.run(
-            [OUT / "mvfp", *arguments, "--port", "/dev/.." + str(self.home / "port")],
-            capture_output=True, text=True)
+            [OUT / "mvfp", "version", "--port", self.device],
+            capture_output=True, text=True).stdout.strip()
+
+    def add_to_gallery(self, gallery, record, person):
+        subprocess.run(
+            [OUT / "mvfp", "gallery", "add", record, "--id", person,
+             "--finger", "right index", "--gallery", gallery], check=True)
 
     def wire(self, **headers):
         return Wire(self.port, **headers)
