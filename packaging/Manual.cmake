@@ -14,7 +14,7 @@ set(modules ${manual}/roff.py ${manual}/help_text.py)
 file(MAKE_DIRECTORY ${MV_MANUAL_DIR}/1 ${MV_MANUAL_DIR}/3 ${MV_COMPLETION_DIR})
 set(made "")
 
-foreach(program mvfp mvfp-vreader cx_capdlg)
+foreach(program mvfp mvfp-vreader mvfp-web cx_capdlg)
   if(NOT TARGET ${program})
     continue()
   endif()
@@ -27,7 +27,10 @@ foreach(program mvfp mvfp-vreader cx_capdlg)
   list(APPEND made ${page})
 endforeach()
 
-foreach(program mvfp mvfp-vreader)
+foreach(program mvfp mvfp-vreader mvfp-web)
+  if(NOT TARGET ${program})
+    continue()
+  endif()
   set(script ${MV_COMPLETION_DIR}/${program})
   add_custom_command(OUTPUT ${script}
     COMMAND ${python} ${manual}/completion.py ${MV_COMPLETION_DIR}
@@ -49,11 +52,18 @@ add_custom_target(manual ALL DEPENDS ${made})
 
 install(FILES ${MV_MANUAL_DIR}/1/mvfp.1.gz ${MV_MANUAL_DIR}/1/mvfp-vreader.1.gz
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-install(DIRECTORY ${MV_COMPLETION_DIR}/
+install(FILES ${MV_COMPLETION_DIR}/mvfp ${MV_COMPLETION_DIR}/mvfp-vreader
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   COMPONENT tools)
 install(DIRECTORY ${MV_MANUAL_DIR}/3/
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT dev)
+if(TARGET mvfp-web)
+  install(FILES ${MV_MANUAL_DIR}/1/mvfp-web.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT web)
+  install(FILES ${MV_COMPLETION_DIR}/mvfp-web
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    COMPONENT web)
+endif()
 if(TARGET cx_capdlg)
   install(FILES ${MV_MANUAL_DIR}/1/cx_capdlg.1.gz
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT prompt)

@@ -99,6 +99,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
   ${debian}/python/prerm)
 
 include(${CMAKE_CURRENT_LIST_DIR}/sql.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/web.cmake)
 
 set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
 configure_file(${debian}/changelog.in ${changelog} @ONLY)

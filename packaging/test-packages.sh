@@ -28,7 +28,7 @@ base=$cache/clean-bookworm-$architecture
 downloads=$cache/downloads-bookworm-$architecture
 root=/mnt/root
 names=(libmv-fpi1 libmv-match1 libmv-fpi-dev mv-fpi-prompt mv-fpi-tools
-  python3-mv-fpi libsqlite3-mod-mv-fpi postgresql-15-mv-fpi)
+  mv-fpi-web python3-mv-fpi libsqlite3-mod-mv-fpi postgresql-15-mv-fpi)
 mount -t tmpfs tmpfs /mnt
 
 step() { printf '\n== %s\n' "$1"; }

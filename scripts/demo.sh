@@ -7,6 +7,7 @@
 #                                    mvfp prints them, or four columns (see
 #                                    mvfp-vreader --help)
 #   scripts/demo.sh --guided         enrol with the prompt window on the screen
+#   scripts/demo.sh --web            a web page that uses the reader
 #
 # Exit status 0: all went as it should.
 set -euo pipefail
@@ -33,6 +34,7 @@ while [ $# -gt 0 ]; do
       targets+=(cx_capdlg)
       packages=guided-demo
       ;;
+    --web) exec "$(dirname "$0")/demo-web.sh" ;;
     -h | --help) usage; exit ;;
     *) usage >&2; exit 2 ;;
   esac

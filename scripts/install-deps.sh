@@ -2,7 +2,7 @@
 # Installs the Debian packages that a job needs. Says nothing when they are
 # all there; without root it says which are missing and fails.
 #
-# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64|sql|fuzz|packages|ci
+# usage: scripts/install-deps.sh demo|guided-demo|tests|arm64|sql|web|web-demo|fuzz|packages|ci
 set -eu
 
 # To build the driver and the tools, and to show them.
@@ -28,14 +28,18 @@ FUZZ='clang libclang-rt-14-dev cmake ninja-build pkg-config libcjson-dev
 # On top of TESTS, the databases that records are kept in.
 SQL='sqlite3 postgresql-15 postgresql-server-dev-15'
 
+# On top of TESTS, the service for web pages, and a browser to try it in.
+WEB='qt6-websockets-dev chromium chromium-driver python3-selenium openssl'
+
 # To build the packages and to try them in a clean system.
-PACKAGES="$DEMO $WINDOW $ARM64 qt6-base-dev:arm64 python3 dpkg-dev lintian
+PACKAGES="$DEMO $WINDOW $ARM64 qt6-base-dev:arm64
+  qt6-websockets-dev qt6-websockets-dev:arm64 python3 dpkg-dev lintian
   debootstrap xvfb x11-utils
   postgresql-server-dev-15"
 
 # What must hold takes more than a test: benchmarks, a real screen, a Python
 # package, analysers.
-CI="$TESTS $CHINESE $ARM64 $SQL $FUZZ $PACKAGES ccache clang-format clang-tidy
+CI="$TESTS $CHINESE $ARM64 $SQL $WEB $FUZZ $PACKAGES ccache clang-format clang-tidy
   cppcheck libbenchmark-dev xdotool python3-venv python3-setuptools
   python3-wheel"
 
@@ -46,6 +50,8 @@ case "${1-}" in
   arm64) wanted="$TESTS $ARM64" ;;
   fuzz) wanted=$FUZZ ;;
   packages) wanted=$PACKAGES ;;
+  web) wanted="$TESTS $CHINESE $WEB" ;;
+  web-demo) wanted="$DEMO $WINDOW $CHINESE qt6-websockets-dev python3" ;;
   sql) wanted="$TESTS $SQL" ;;
   ci) wanted=$CI ;;
   *)

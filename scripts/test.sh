@@ -6,6 +6,7 @@
 #   scripts/test.sh asan ...   other presets of CMakePresets.json, in turn;
 #                              arm64 runs under user-mode emulation
 #   scripts/test.sh sql        what takes servers that the above does without
+#   scripts/test.sh web        what takes a browser
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
