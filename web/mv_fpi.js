@@ -103,24 +103,43 @@ function errorOf(answer, options) {
   return new (kindOf(answer))(answer.message, { ...data, status }, options);
 }
 
-function unreachable() {
+// Newer browsers ask whether a page may reach this machine, and say then what
+// was answered.
+async function isForbidden() {
+  try {
+    const name = 'loopback-network';
+    const permission = await navigator.permissions.query({ name });
+    return permission.state === 'denied';
+  } catch {
+    return false;
+  }
+}
+
+async function unreachable() {
   const { origin } = globalThis.location ?? {};
-  const file = origin === 'null';
-  return new ConnectionError(`mvfp-web does not answer ${origin}`, {
-    meanings: [{
-      meaning: file
-        ? 'a page from a file may not use the reader'
-        : 'the fingerprint service does not answer this page',
-      meaning_zh: file ? '本地文件页面不能使用读头' : '指纹服务没有应答此页面',
-      remedy: file
-        ? 'serve it over http, and allow that origin'
-        : `see that mvfp-web runs, that its list allows ${origin}, and that ` +
-          'the browser may reach this machine',
-      remedy_zh: file
-        ? '请通过 http 提供此页面，并允许其来源'
-        : `请确认 mvfp-web 正在运行、其配置允许 ${origin}，且浏览器获准访问本机`,
-    }],
-  });
+  let row = {
+    meaning: 'the fingerprint service does not answer this page',
+    meaning_zh: '指纹服务没有应答此页面',
+    remedy: `see that mvfp-web runs, and that its list allows ${origin}`,
+    remedy_zh: `请确认 mvfp-web 正在运行，且其配置允许 ${origin}`,
+  };
+  if (origin === 'null') {
+    row = {
+      meaning: 'a page from a file may not use the reader',
+      meaning_zh: '本地文件页面不能使用读头',
+      remedy: 'serve it over http, and allow that origin',
+      remedy_zh: '请通过 http 提供此页面，并允许其来源',
+    };
+  } else if (await isForbidden()) {
+    row = {
+      meaning: 'the browser keeps this page from the reader',
+      meaning_zh: '浏览器禁止此页面访问读头',
+      remedy: "allow local network access in the site's settings",
+      remedy_zh: '请在浏览器的网站设置中允许访问本地网络',
+    };
+  }
+  return new ConnectionError(`mvfp-web does not answer ${origin}`,
+    { meanings: [row] });
 }
 
 function connectionLost() {
@@ -138,7 +157,7 @@ function open(url) {
   return new Promise((resolve, reject) => {
     const socket = new WebSocket(url);
     socket.onopen = () => resolve(socket);
-    socket.onclose = () => reject(unreachable());
+    socket.onclose = () => reject();
   });
 }
 
@@ -266,7 +285,7 @@ export class MvFpi extends EventTarget {
       socket = await open(url).catch(() => null);
       if (socket) break;
     }
-    if (!socket) throw unreachable();
+    if (!socket) throw await unreachable();
     if (this.#closed) {
       socket.close();
       throw connectionLost();

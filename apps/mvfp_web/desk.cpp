@@ -58,9 +58,17 @@ QJsonObject AnswerTo(const Outcome& outcome, bool cancelled, bool has_records) {
 
 }  // namespace
 
+Desk::Desk() {
+  for (Counter* const counter : {&reader_, &records_}) {
+    counter->second.setInterval(1s);
+    counter->second.callOnTimeout(
+        [this, counter] { Tell(counter, "waiting"); });
+  }
+}
+
 void Desk::Take(Caller* caller, const QJsonValue& id, const Call& call) {
   Counter& counter = call.uses_reader ? reader_ : records_;
-  if (empty_) return caller->Answer(id, Cancelled());
+  if (empty_) return;
   Ticket ticket{caller, id, call, caller->Origin(),
                 QDateTime::currentDateTimeUtc()};
   if (!counter.now) {
@@ -97,7 +105,10 @@ void Desk::Leave(Caller* caller) {
 void Desk::Close(std::function<void()> empty) {
   empty_ = std::move(empty);
   for (Counter* const counter : {&reader_, &records_}) {
-    Drop(counter, [](const Ticket&) { return true; });
+    counter->next.reset();
+    if (!counter->now) continue;
+    counter->now->caller = nullptr;
+    counter->worker->End();
   }
   if (!reader_.now && !records_.now) empty_();
 }
@@ -121,9 +132,7 @@ void Desk::Begin(Counter* counter) {
       [this, counter](const Outcome& outcome) { Finish(counter, outcome); });
   if (call.timeout_s == 0) return;
   Tell(counter, "waiting");
-  counter->second.disconnect();
-  counter->second.callOnTimeout([this, counter] { Tell(counter, "waiting"); });
-  counter->second.start(1s);
+  counter->second.start();
 }
 
 void Desk::Tell(Counter* counter, const char* state) {

@@ -27,6 +27,8 @@ class Caller {
 
 class Desk {
  public:
+  Desk();
+
   void Take(Caller* caller, const QJsonValue& id, const Call& call);
 
   // Ends the caller's call of this id; false when it has none.
@@ -35,7 +37,8 @@ class Desk {
   // The caller is gone: nothing more is said to it, and its calls are ended.
   void Leave(Caller* caller);
 
-  // Ends all calls; `empty` is called once they have.
+  // Ends all calls, of which nothing more is said: their pages see the service
+  // end. `empty` is called once they have.
   void Close(std::function<void()> empty);
 
  private:

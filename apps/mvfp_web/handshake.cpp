@@ -9,6 +9,7 @@ namespace {
 
 using Headers = QHash<QByteArray, QByteArray>;
 
+constexpr qsizetype kLongestShown = 200;
 constexpr char kBadRequest[] = "400 Bad Request";
 
 Judgement Refuse(const char* status, const QByteArray& why) {
@@ -62,7 +63,7 @@ Judgement JudgeOrigin(const Headers& headers, const QStringList& origins) {
   return Refuse("403 Forbidden",
                 origin.isEmpty()
                     ? "no Origin was sent; only browsers are served"
-                    : "the origin " + origin +
+                    : "the origin " + origin.left(kLongestShown) +
                           " is not allowed; the machine's owner lists origins "
                           "as allow-origin in /etc/mv-fpi/web.conf");
 }

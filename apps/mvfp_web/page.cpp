@@ -15,6 +15,7 @@ constexpr double kMessagesPerSecond = 100;
 constexpr double kMessagesAtOnce = 200;
 
 constexpr qsizetype kLongestId = 64;
+constexpr qint64 kMostUnread = 1 << 20;
 
 bool IsId(const QJsonValue& id) {
   return id.isDouble() || (id.isString() && id.toString().size() <= kLongestId);
@@ -135,6 +136,8 @@ bool Page::SendsTooOften() {
 }
 
 void Page::Send(QJsonObject message) {
+  // Browsers read what they are sent.
+  if (socket_->bytesToWrite() > kMostUnread) return socket_->abort();
   message["jsonrpc"] = "2.0";
   socket_->sendTextMessage(
       QJsonDocument(message).toJson(QJsonDocument::Compact));

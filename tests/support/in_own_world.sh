@@ -34,7 +34,7 @@ mkdir /tmp/dev
 mount -t tmpfs -o mode=755 tmpfs /tmp/dev
 mkdir /tmp/dev/pts
 mount --bind /dev/pts /tmp/dev/pts
-for device in null full; do
+for device in null full zero random urandom; do
   touch "/tmp/dev/$device"
   mount --bind "/dev/$device" "/tmp/dev/$device"
 done

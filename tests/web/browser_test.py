@@ -4,6 +4,7 @@ reader."""
 import functools
 import http.server
 import pathlib
+import ssl
 import subprocess
 import tempfile
 import threading
@@ -23,17 +24,34 @@ class Files(http.server.SimpleHTTPRequestHandler):
         pass
 
 
-def serve():
+def serve(certificate=None):
     handler = functools.partial(Files, directory=TREE / "web")
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), handler)
+    scheme = "http"
+    if certificate:
+        scheme = "https"
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(certificate)
+        server.socket = context.wrap_socket(server.socket, server_side=True)
     threading.Thread(target=server.serve_forever, daemon=True).start()
-    return server, f"http://localhost:{server.server_port}"
+    return server, f"{scheme}://localhost:{server.server_port}"
+
+
+def make_certificate(path):
+    subprocess.run(
+        ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-quiet",
+         "-subj", "/CN=localhost", "-keyout", path, "-out", path + ".crt"],
+        check=True)
+    with open(path, "a") as both, open(path + ".crt") as certificate:
+        both.write(certificate.read())
+    return path
 
 
 def start_browser(*switches):
     options = webdriver.ChromeOptions()
     # A root in a container has no namespaces for the browser's sandbox.
-    for switch in ("--headless=new", "--no-sandbox", "--disable-gpu", *switches):
+    for switch in ("--headless=new", "--no-sandbox", "--disable-gpu",
+                   "--disable-dev-shm-usage", *switches):
         options.add_argument(switch)
     browser = webdriver.Chrome(options=options)
     browser.set_script_timeout(SECONDS)
@@ -49,6 +67,31 @@ try {
 } catch (e) { done({name: e.name, code: e.code, origin: e.origin,
                     text: e.text?.('zh') ?? String(e)}); }
 """
+
+
+class PublicPage(unittest.TestCase):
+    def test_a_browser_lets_it_reach_this_machine_when_allowed(self):
+        place = self.enterContext(tempfile.TemporaryDirectory())
+        server, site = serve(make_certificate(place + "/key.pem"))
+        self.addCleanup(server.server_close)
+        self.addCleanup(server.shutdown)
+        terminal = self.enterContext(Terminal(origins=[site]))
+        browser = start_browser(
+            "--ignore-certificate-errors", "--ip-address-space-overrides="
+            f"127.0.0.1:{server.server_port}=public")
+        self.addCleanup(browser.quit)
+        browser.get(f"{site}/demo/")
+        for allowed, wanted in (
+                ("geolocation", {"text": "浏览器禁止此页面访问读头"}),
+                ("loopbackNetwork", "v2.15")):
+            # What is not named is refused.
+            browser.execute_cdp_cmd("Browser.grantPermissions", {
+                "origin": site, "permissions": [allowed]})
+            said = browser.execute_async_script(
+                PRELUDE % "return await reader.version()", terminal.port)
+            if isinstance(said, dict):
+                said = {"text": said["text"]}
+            self.assertEqual(wanted, said)
 
 
 class Page(unittest.TestCase):
@@ -80,8 +123,11 @@ class Page(unittest.TestCase):
             f"the page never said: {text}")
 
     def js(self, body):
-        return self.browser.execute_async_script(
+        said = self.browser.execute_async_script(
             PRELUDE % body, self.terminal.port)
+        if isinstance(said, dict):
+            return {key: said[key] for key in said if said[key] is not None}
+        return said
 
     def press(self, *fingers):
         for finger in fingers:

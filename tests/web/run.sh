@@ -7,7 +7,7 @@ readonly python=/usr/bin/python3
 
 scripts/install-deps.sh web
 cmake --preset release -DMV_WERROR=ON >/dev/null
-cmake --build --preset release -- --quiet mvfp-web mvfp-vreader
+cmake --build --preset release -- --quiet mvfp-web mvfp-vreader cx_capdlg
 for test in service browser; do
-  $python -B "tests/web/${test}_test.py"
+  tests/support/in_own_world.sh $python -B "tests/web/${test}_test.py"
 done

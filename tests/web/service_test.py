@@ -2,6 +2,7 @@
 
 import signal
 import socket
+import subprocess
 import unittest
 
 from terminal import ORIGIN, Terminal
@@ -54,6 +55,11 @@ signal.signal(signal.SIGTERM, signal.SIG_IGN)
 while True: signal.pause()
 """
 CRASHING = "#!/bin/sh\nkill -SEGV $$\n"
+
+
+def window_is_open():
+    return subprocess.run(["pgrep", "-x", "cx_capdlg"],
+                          stdout=subprocess.DEVNULL).returncode == 0
 
 
 class Refused(unittest.TestCase):
@@ -143,6 +149,20 @@ class Calls(unittest.TestCase):
                             {"cancelled": True},
                             wire.call("cancel", id=call)["result"])
                     self.assertEqual(ended, wire.answer()["error"]["code"])
+
+    def test_cancelling_takes_the_prompt_window_along(self):
+        with Terminal() as terminal:
+            wire = self.enterContext(terminal.wire())
+            call = wire.request("reader.enroll", guided=True)
+            while not window_is_open():
+                pass
+            wire.request("cancel", id=call)
+            while "error" not in (answer := wire.answer()):
+                pass
+            self.assertEqual(-32002, answer["error"]["code"])
+            self.assertIn("result", wire.call("reader.version"))
+            while window_is_open():
+                pass
 
     def test_records_are_not_seen_or_logged(self):
         with Terminal(tool='#!/bin/sh\nprintf \'{"ok":true,"line":"%s"}\' "$*"\n'

@@ -71,13 +71,15 @@ class Terminal:
             [self.program, f"--port={self.port}", f"--reader={self.device}",
              "--config=/dev/null", *self.options],
             stderr=subprocess.PIPE, text=True,
-            env=os.environ | {"LD_LIBRARY_PATH": str(OUT)})
+            env=os.environ | {"LD_LIBRARY_PATH": str(OUT),
+                              "QT_QPA_PLATFORM": "offscreen"})
         assert "allowed origins" in self.service.stderr.readline()
 
     def stop(self):
+        if self.service.stderr.closed:
+            return
         self.service.terminate()
         self.said = self.service.communicate()[1]
-        return self.service.returncode
 
     def version(self):
         """What the tool learns of the reader, past the service."""
@@ -88,7 +90,8 @@ class Terminal:
     def add_to_gallery(self, gallery, record, person):
         subprocess.run(
             [OUT / "mvfp", "gallery", "add", record, "--id", person,
-             "--finger", "right index", "--gallery", gallery], check=True)
+             "--finger", "right index", "--gallery", gallery], check=True,
+            stdout=subprocess.DEVNULL)
 
     def wire(self, **headers):
         return Wire(self.port, **headers)

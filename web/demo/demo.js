@@ -37,7 +37,7 @@ function tell(state, what) {
   say = what;
   at('ring').className = `ring ${state}`;
   if (state !== 'waiting') {
-    at('seconds').textContent = { done: '✓', failed: '!' }[state] ?? '';
+    at('seconds').textContent = { done: '✓', differs: '✗', failed: '!' }[state] ?? '';
   }
   showTexts();
 }
@@ -52,9 +52,6 @@ function draw(parent, name, attributes) {
 
 function show(text) {
   shown = readRecord(text);
-  at('finger').replaceChildren();
-  draw(at('finger'), 'rect',
-    { class: 'pad', x: 0, y: 0, width: 256, height: 256, rx: 60 });
   for (const { x, y, direction, kind } of shown.minutiae) {
     const turned = draw(at('finger'), 'g',
       { transform: `translate(${x} ${y}) rotate(${-direction})` });
@@ -67,6 +64,8 @@ function show(text) {
 function clearFinger() {
   shown = null;
   at('finger').replaceChildren();
+  draw(at('finger'), 'rect',
+    { class: 'pad', x: 0, y: 0, width: 256, height: 256, rx: 60 });
 }
 
 function onProgress({ state, presses, secondsLeft }) {
@@ -83,14 +82,19 @@ function onProgress({ state, presses, secondsLeft }) {
     `${(100 * secondsLeft) / whole} 100`;
 }
 
+// The table of result codes has parts of sentences.
+function sentence(text) {
+  return text.charAt(0).toUpperCase() + text.slice(1);
+}
+
 function explain(error) {
   return (texts) => {
     if (error instanceof BusyError && error.origin) {
       const since = new Date(error.since).toLocaleTimeString(language);
-      return [error.text(language), texts.busy(error.origin, since)];
+      return [sentence(error.text(language)), texts.busy(error.origin, since)];
     }
-    const advice = texts.advice[error.name] ?? error.remedy(language);
-    return [error.text(language), advice];
+    const advice = texts.advice[error.name] ?? sentence(error.remedy(language));
+    return [sentence(error.text(language)), advice];
   };
 }
 
@@ -110,7 +114,9 @@ async function run(button, work) {
   try {
     await connect();
     const timeout = Number(at('timeout').value);
-    tell('done', await work({ timeout, signal: running.signal, onProgress }));
+    const [state, texts] =
+      await work({ timeout, signal: running.signal, onProgress });
+    tell(state, texts);
   } catch (error) {
     if (!error.text) throw error;
     tell('failed', explain(error));
@@ -128,7 +134,7 @@ async function enroll(options) {
   clearFinger();
   template = await reader.enroll({ ...options, guided: at('guided').checked });
   show(template);
-  return (texts) => [texts.enrolled, texts.enrolledAdvice];
+  return ['done', (texts) => [texts.enrolled, texts.enrolledAdvice]];
 }
 
 async function verify(options) {
@@ -136,16 +142,18 @@ async function verify(options) {
   const feature = await reader.capture(options);
   const found = await reader.match(template, feature);
   show(feature);
-  return (texts) => [found.match ? texts.matches : texts.differs,
-    texts.score(found.score, found.scoreMustExceed)];
+  return [found.match ? 'done' : 'differs',
+    (texts) => [found.match ? texts.matches : texts.differs,
+      texts.score(found.score, found.scoreMustExceed)]];
 }
 
 async function identify(options) {
   clearFinger();
   const { hits, compared } = await reader.identify(options);
-  return (texts) => [
-    hits.length ? texts.found(hits[0].id, hits[0].finger) : texts.nobody,
-    texts.compared(compared)];
+  const [best] = hits;
+  return [best ? 'done' : 'differs', (texts) => [
+    best ? texts.found(best.id, best.finger) : texts.nobody,
+    texts.compared(compared)]];
 }
 
 for (const [button, work] of [[at('enroll'), enroll], [at('verify'), verify],
@@ -161,4 +169,5 @@ at('language').addEventListener('click', () => {
   showTexts();
 });
 at('verify').disabled = true;
+clearFinger();
 showTexts();
