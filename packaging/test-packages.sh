@@ -192,7 +192,7 @@ check_manual() {
     [ -e "$root/usr/share/man/man3/$function.3.gz" ] ||
       fail "no manual page for $function"
   done < <(grep -E '^(FG|DEV|cx_dlg)_' "$here/../tests/release/mv_fpi.exports")
-  for program in mvfp mvfp-vreader; do
+  for program in mvfp mvfp-vreader mvfp-web; do
     inside bash -n "/usr/share/bash-completion/completions/$program"
   done
 }
@@ -217,6 +217,24 @@ check_use() {
   inside mvfp doctor --port "$port" || fail "the doctor finds a fault"
   check_guided_enrolment
   check_python
+  check_web
+}
+
+# As it is installed it serves nobody, and says so.
+check_web() {
+  # shellcheck disable=SC2016  # expanded inside
+  inside bash -ec 'mvfp-web 2>/tmp/web.log &
+    until grep -q "0 allowed origins" /tmp/web.log; do
+      kill -0 $!
+      sleep 0.1
+    done
+    exec 3<>/dev/tcp/127.0.0.1/47653
+    printf "%s\r\n" "GET / HTTP/1.1" "Host: 127.0.0.1:47653" \
+      "Origin: https://bank.example" "Upgrade: websocket" \
+      "Sec-WebSocket-Version: 13" "Sec-WebSocket-Key: AA==" "" >&3
+    head -1 <&3 | grep " 403 "
+    kill $!
+    wait $!' || fail "mvfp-web"
 }
 
 check_nothing_left() {

@@ -39,9 +39,9 @@ def serve(certificate=None):
 
 def make_certificate(path):
     subprocess.run(
-        ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-quiet",
+        ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes",
          "-subj", "/CN=localhost", "-keyout", path, "-out", path + ".crt"],
-        check=True)
+        check=True, stderr=subprocess.DEVNULL)
     with open(path, "a") as both, open(path + ".crt") as certificate:
         both.write(certificate.read())
     return path
