@@ -8,8 +8,6 @@
 namespace corvex::mvfp_web {
 namespace {
 
-using std::chrono_literals::operator""s;
-
 QJsonObject Failed(const QJsonObject& error) { return {{"error", error}}; }
 
 QJsonObject BusyWith(const QString& origin, const QDateTime& since) {
@@ -60,7 +58,7 @@ QJsonObject AnswerTo(const Outcome& outcome, bool cancelled, bool has_records) {
 
 Desk::Desk() {
   for (Counter* const counter : {&reader_, &records_}) {
-    counter->second.setInterval(1s);
+    counter->second.setInterval(std::chrono::seconds(1));
     counter->second.callOnTimeout(
         [this, counter] { Tell(counter, "waiting"); });
   }

@@ -11,9 +11,7 @@
 namespace corvex::mvfp_web {
 namespace {
 
-using std::chrono_literals::operator""s;
-
-constexpr auto kHandshakeTime = 5s;
+constexpr auto kHandshakeTime = std::chrono::seconds(5);
 constexpr int kMostWaiting = 32;
 
 void SayRefused(const QByteArray& status, const QByteArray& why) {
@@ -42,7 +40,7 @@ Gate::Gate(const Settings& settings, Welcome welcome)
 }
 
 QString Gate::Listen() {
-  const QString trouble = ListenOn(QHostAddress::LocalHost, "127.0.0.1");
+  QString trouble = ListenOn(QHostAddress::LocalHost, "127.0.0.1");
   if (!trouble.isEmpty()) return trouble;
   const QString six = ListenOn(QHostAddress::LocalHostIPv6, "[::1]");
   // A machine may do without it; another program on the port may not be there,

@@ -25,44 +25,44 @@ constexpr Number kBest = {"best", "--best", 1, 100};
 struct Method {
   const char* name;
   const char* command;  // of mvfp
-  bool uses_reader;
-  int timeout_s;  // when the page names none
-  int presses;
   std::array<const Number*, 3> numbers;
   std::array<const char*, 2> records;
+  int timeout_s;  // when the page names none
+  int presses;
+  bool uses_reader;
   bool may_be_guided;
 };
 
 constexpr Method kMethods[] = {
-    {"reader.version", "version", true, 0, 0, {}, {}, false},
-    {"reader.serial", "sn", true, 0, 0, {}, {}, false},
-    {"reader.pressed", "probe", true, 0, 0, {}, {}, false},
-    {"reader.capture", "capture", true, 20, 1, {&kTimeout}, {}, false},
-    {"reader.enroll", "enroll", true, 60, 3, {&kTimeout}, {}, true},
+    {"reader.version", "version", {}, {}, 0, 0, true, false},
+    {"reader.serial", "sn", {}, {}, 0, 0, true, false},
+    {"reader.pressed", "probe", {}, {}, 0, 0, true, false},
+    {"reader.capture", "capture", {&kTimeout}, {}, 20, 1, true, false},
+    {"reader.enroll", "enroll", {&kTimeout}, {}, 60, 3, true, true},
     {"record.match",
      "match",
-     false,
-     0,
-     0,
      {&kLevelOrScore},
      {"first", "second"},
+     0,
+     0,
+     false,
      false},
     {"gallery.identify",
      "identify",
-     true,
-     20,
-     1,
      {&kTimeout, &kLevel, &kBest},
      {"record"},
+     20,
+     1,
+     true,
      false},
 };
 
 // The longest text that mvfp reads.
 constexpr qsizetype kLongestRecord = 4096;
 
-// What a call may take beyond its time-out: a silent reader is waited for, the
-// last press is read at 9600 bit/s, three are merged, a window closes. The
-// longest is documented with 40 s.
+// What a call may take beyond its time-out: a reader that falls silent is
+// waited for again and again, the last press is read and three are merged, a
+// window opens and closes.
 constexpr seconds kBeyond{60};
 
 // Takes parameters one by one; what nobody took is refused in the end.
@@ -97,7 +97,7 @@ class Parameters {
   }
 
   QString TakeRecord(const char* name) {
-    const QString text = left_.take(QLatin1String(name)).toString();
+    QString text = left_.take(QLatin1String(name)).toString();
     const bool is_text = std::all_of(text.begin(), text.end(), [](QChar c) {
       return c > QChar(' ') && c <= QChar('~');
     });

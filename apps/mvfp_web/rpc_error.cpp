@@ -28,7 +28,7 @@ QJsonObject InBothLanguages(const QJsonObject& printed) {
     return row[column] == printed[column];
   };
   for (const QJsonValueConstRef value : Table()) {
-    const QJsonObject row = value.toObject();
+    QJsonObject row = value.toObject();
     if (same(row, "code") && same(row, "meaning")) return row;
   }
   return printed;

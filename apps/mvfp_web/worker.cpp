@@ -13,12 +13,10 @@
 namespace corvex::mvfp_web {
 namespace {
 
-using std::chrono_literals::operator""ms;
-
 // mvfp lets the reader finish its sentence; asked again it does not, and
 // restores the port at once. The kernel ends the driver's process with it.
-constexpr auto kAskAgain = 500ms;
-constexpr auto kInsist = 750ms;
+constexpr auto kAskAgain = std::chrono::milliseconds(500);
+constexpr auto kInsist = std::chrono::milliseconds(750);
 
 // The beginning of the child: it may call what a signal handler may.
 void BecomeWorker(pid_t parent) {
@@ -111,7 +109,7 @@ void Worker::End() {
   QTimer::singleShot(kInsist, this, [this] { process_.kill(); });
 }
 
-void Worker::Finish(Outcome outcome) {
+void Worker::Finish(const Outcome& outcome) {
   limit_.stop();
   const Done done = std::exchange(done_, nullptr);
   if (done) done(outcome);

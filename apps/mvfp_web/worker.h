@@ -47,7 +47,7 @@ class Worker : public QObject {
   class MemoryFile;
 
   void Start(const Job& job);
-  void Finish(Outcome outcome);
+  void Finish(const Outcome& outcome);
 
   QProcess process_;
   std::list<MemoryFile> records_;
