@@ -195,7 +195,7 @@ TEST_F(Window, SpeaksEnglishWhereChineseIsNotWantedOrNotThere) {
     strcpy(block_->msg_text, " 请您第二次按捺手指...");
     Post(&block_->msg_flag);
     const QLayout* const layout = window_->layout();
-    EXPECT_LE(layout->totalMinimumHeightForWidth(window_->width()),
+    EXPECT_LE(layout->minimumHeightForWidth(window_->width()),
               window_->height());
   }
 }
