@@ -151,6 +151,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/METADATA
   COMPONENT python EXCLUDE_FROM_ALL)
 # Links between the pages hold as they do in the sources.
 file(GLOB pages ${PROJECT_SOURCE_DIR}/*.md)
+list(FILTER pages EXCLUDE REGEX CHANGELOG)
 install(FILES ${pages}
   DESTINATION share/doc/mv-fpi-doc COMPONENT doc EXCLUDE_FROM_ALL)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
