@@ -85,7 +85,7 @@ foreach(relation PROVIDES CONFLICTS REPLACES)
 endforeach()
 set(CPACK_COMPONENT_PROMPT_QT5_DESCRIPTION
   "The prompt window of guided enrolment: names the press that is due, shows
-the finger, and lets the user cancel. For systems with Qt 5, from Debian 10 on.")
+the finger, and lets the user cancel. With Qt 5, for older systems.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmv-fpi-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
