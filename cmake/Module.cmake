@@ -14,6 +14,25 @@ function(mv_module name)
   set_property(GLOBAL APPEND PROPERTY MV_MODULES ${name})
 endfunction()
 
+# mv_own_runtime(NAME): it brings its C++ runtime, and loads on old systems.
+function(mv_own_runtime name)
+  if(NOT MV_SANITIZE)
+    target_link_options(${name} PRIVATE
+      -static-libstdc++ -static-libgcc ${MV_OLD_RUNTIME_LINK})
+  endif()
+endfunction()
+
+# mv_program(NAME source...): a tool, which runs wherever the driver does.
+function(mv_program name)
+  add_executable(${name} ${ARGN})
+  target_compile_options(${name} PRIVATE ${MV_OLD_RUNTIME_COMPILE})
+  mv_own_runtime(${name})
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${MV_RUNTIME_DIR})
+  install(TARGETS ${name}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+endfunction()
+
 # mv_shared_library(NAME object...): what hosts load. Exports what NAME.map in
 # this directory names. A C++ runtime of its own, hidden: a host may be plain C,
 # or bring another one.
@@ -26,10 +45,9 @@ function(mv_shared_library name)
   target_link_options(${name} PRIVATE -Wl,--version-script=${map})
   if(NOT MV_SANITIZE)
     target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/own_runtime.cpp)
-    target_link_options(${name} PRIVATE
-      -static-libstdc++ -static-libgcc -Wl,--no-undefined
-      ${MV_OLD_RUNTIME_LINK})
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
   endif()
+  mv_own_runtime(${name})
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}

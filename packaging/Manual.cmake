@@ -67,4 +67,7 @@ endif()
 if(TARGET cx_capdlg)
   install(FILES ${MV_MANUAL_DIR}/1/cx_capdlg.1.gz
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT prompt)
+  install(FILES ${MV_MANUAL_DIR}/1/cx_capdlg.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT prompt_qt5
+    EXCLUDE_FROM_ALL)
 endif()

@@ -11,9 +11,12 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
   WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL runtime match dev tools python)
+set(CPACK_COMPONENTS_ALL runtime match dev tools python doc)
 if(TARGET cx_capdlg)
   list(APPEND CPACK_COMPONENTS_ALL prompt)
+endif()
+if(TARGET cx_capdlg_qt5)
+  list(APPEND CPACK_COMPONENTS_ALL prompt_qt5)
 endif()
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -34,7 +37,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmv-fpi1)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # A terminal without a screen does without the window, and thus without Qt.
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS mv-fpi-prompt)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "mv-fpi-prompt | mv-fpi-prompt-qt5")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "The driver library: captures features, enrols fingers, compares records and
 reads version and serial number. Comes with a udev rule for the ports and the
@@ -68,18 +71,39 @@ set(CPACK_COMPONENT_PROMPT_DESCRIPTION
   "The prompt window of guided enrolment: names the press that is due, shows
 the finger, and lets the user cancel. The driver starts it.")
 
+# The same for systems older than this one, whose libraries this one's dpkg does
+# not know.
+set(CPACK_DEBIAN_PROMPT_QT5_PACKAGE_NAME mv-fpi-prompt-qt5)
+set(CPACK_DEBIAN_PROMPT_QT5_PACKAGE_SECTION misc)
+set(CPACK_DEBIAN_PROMPT_QT5_PACKAGE_DEPENDS
+  "libc6 (>= 2.28), libstdc++6 (>= 8), libqt5widgets5 (>= 5.8), procps")
+set(CPACK_DEBIAN_PROMPT_QT5_PACKAGE_RECOMMENDS
+  ${CPACK_DEBIAN_PROMPT_PACKAGE_RECOMMENDS})
+set(CPACK_DEBIAN_PROMPT_QT5_PACKAGE_ENHANCES libmv-fpi1)
+foreach(relation PROVIDES CONFLICTS REPLACES)
+  set(CPACK_DEBIAN_PROMPT_QT5_PACKAGE_${relation} mv-fpi-prompt)
+endforeach()
+set(CPACK_COMPONENT_PROMPT_QT5_DESCRIPTION
+  "The prompt window of guided enrolment: names the press that is due, shows
+the finger, and lets the user cancel. With Qt 5, for older systems.")
+
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmv-fpi-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
   "libmv-fpi1 ${same_version}, libmv-match1 ${same_version}")
+set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS mv-fpi-doc)
 set(CPACK_COMPONENT_DEV_DESCRIPTION
   "Development files: headers, pkg-config file, CMake package, and the
 static library with which a prompt program of one's own talks to it.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME mv-fpi-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libmv-fpi1 ${same_version}")
+# This machine's dpkg asks for glibc 2.34 where sysconf() is called; build.sh
+# measures what is needed.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
+  "libmv-fpi1 ${same_version}, libc6 (>= 2.28)")
+# Pictures and galleries load them; the rest does without.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "libcairo2, libsqlite3-0")
 # Its own driver is not yet a package that dpkg-shlibdeps could ask.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${MV_RUNTIME_DIR})
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
@@ -97,6 +121,14 @@ the code, its meaning and what to do about it.")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
   ${debian}/python/postinst
   ${debian}/python/prerm)
+
+set(CPACK_DEBIAN_DOC_PACKAGE_NAME mv-fpi-doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+set(CPACK_COMPONENT_DOC_DESCRIPTION
+  "The guides, in English and partly in Chinese: integration, result codes,
+security levels, formats, protocol, troubleshooting. With small programs that
+are built against the development files, by pkg-config or CMake.")
 
 include(${CMAKE_CURRENT_LIST_DIR}/sql.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/web.cmake)
@@ -118,6 +150,17 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/mv_fpi
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/METADATA
   DESTINATION lib/python3/dist-packages/mv_fpi-${PROJECT_VERSION}.dist-info
   COMPONENT python EXCLUDE_FROM_ALL)
+# Links between the pages hold as they do in the sources.
+file(GLOB pages ${PROJECT_SOURCE_DIR}/*.md)
+list(FILTER pages EXCLUDE REGEX CHANGELOG)
+install(FILES ${pages}
+  DESTINATION share/doc/mv-fpi-doc COMPONENT doc EXCLUDE_FROM_ALL)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
+  DESTINATION share/doc/mv-fpi-doc COMPONENT doc EXCLUDE_FROM_ALL)
+install(FILES ${PROJECT_SOURCE_DIR}/python/README.md
+  DESTINATION share/doc/mv-fpi-doc/python COMPONENT doc EXCLUDE_FROM_ALL)
+install(DIRECTORY ${CMAKE_CURRENT_LIST_DIR}/hosts/
+  DESTINATION share/doc/mv-fpi-doc/examples COMPONENT doc EXCLUDE_FROM_ALL)
 install(FILES ${debian}/70-mv-fpi.rules
   DESTINATION lib/udev/rules.d COMPONENT runtime)
 install(FILES ${debian}/mv-fpi.conf

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Fetches the C and C++ runtime of an older Debian to link the driver with. This
+# Fetches the runtime of an older Debian to link with: C, C++ and Qt 5. This
 # machine's own needs a C library as new as this machine's; terminals in the
-# field have older ones.
+# field have older ones. What programs need there to run comes along, so that
+# test-old-system.sh can try them in it.
 #
 #   packaging/old-runtime.sh amd64|arm64    prints the directory where it is
 #
@@ -10,10 +11,15 @@
 set -euo pipefail
 readonly release=bullseye
 readonly architecture=${1:?usage: $0 amd64|arm64}
-readonly wanted=(libc6 libc6-dev libcjson-dev libgcc-10-dev libstdc++-10-dev
-  linux-libc-dev)
+# To link with, and to run, with all that these depend on; the drivers of
+# graphics cards are large, and nothing here draws with one.
+readonly headers=(libc6-dev libcjson-dev libgcc-10-dev libstdc++-10-dev
+  linux-libc-dev qtbase5-dev)
+readonly programs=(libcjson1 libqt5widgets5 libcairo2 libsqlite3-0 coreutils
+  dash fonts-dejavu-core grep procps)
+readonly left_out='^(libllvm.*|libgl1-mesa-dri|.*:.*)$'
 readonly cache=${XDG_CACHE_HOME:-$HOME/.cache}/mv-fpi
-readonly place=$cache/runtime-$release-$architecture
+readonly place=$cache/system-$release-$architecture
 readonly keys=/usr/share/keyrings/debian-archive-keyring.gpg
 
 if [ -d "$place" ]; then
@@ -36,13 +42,26 @@ old_apt() {
     -o APT::Sandbox::User=root \
     -o Dir::Etc::SourceList="$work/sources.list" -o Dir::Etc::SourceParts=- \
     -o Dir::State::Lists="$work/lists" -o Dir::State::status="$work/status" \
-    -o Dir::Cache="$work" "$@" >&2
+    -o Dir::Cache="$work" "$@"
 }
-(cd "$work" && old_apt update && old_apt download "${wanted[@]}") || {
+fetch() {
+  old_apt update >&2 &&
+    needed=$(old_apt install --simulate --no-install-recommends \
+      "${programs[@]}" | sed -n 's/^Inst \([^ ]*\).*/\1/p' |
+      grep -vE "$left_out") &&
+    # shellcheck disable=SC2086  # names of packages
+    old_apt download "${headers[@]}" $needed >&2
+}
+(cd "$work" && fetch) || {
   echo "$0: $mirror does not give the packages of $release" >&2
   exit 1
 }
-for package in "$work"/*.deb; do dpkg-deb -x "$package" "$work/root"; done
+# With what each library has had since when, in one list.
+for package in "$work"/*.deb; do
+  dpkg-deb -x "$package" "$work/root"
+  dpkg-deb -I "$package" symbols >>"$work/root/symbols" 2>/dev/null || true
+done
+[ -e "$work/root/bin/sh" ] || ln -s dash "$work/root/bin/sh"
 # The linker follows links outside of its root.
 find "$work/root" -type l -lname '/*' -printf '%p %l\n' |
   while read -r link target; do ln -sfr "$work/root$target" "$link"; done

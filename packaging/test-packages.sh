@@ -28,7 +28,8 @@ base=$cache/clean-bookworm-$architecture
 downloads=$cache/downloads-bookworm-$architecture
 root=/mnt/root
 names=(libmv-fpi1 libmv-match1 libmv-fpi-dev mv-fpi-prompt mv-fpi-tools
-  mv-fpi-web python3-mv-fpi libsqlite3-mod-mv-fpi postgresql-15-mv-fpi)
+  mv-fpi-web mv-fpi-doc python3-mv-fpi libsqlite3-mod-mv-fpi
+  postgresql-15-mv-fpi)
 mount -t tmpfs tmpfs /mnt
 
 step() { printf '\n== %s\n' "$1"; }
@@ -69,6 +70,8 @@ enter_clean_system() {
 install_packages() {
   mkdir -p "$root/$1"
   cp "$packages"/*.deb "$root/$1"
+  # The other window takes the place of the one that is tried here.
+  rm "$root/$1"/mv-fpi-prompt-qt5_*.deb
   if [ -n "${2-}" ]; then
     for deb in "$root/$1"/*.deb; do raise_version "$deb"; done
   fi
@@ -106,7 +109,7 @@ check_lock_file() {
 }
 
 build_hosts() {
-  cp -r "$here/hosts" "$root/root/"
+  cp -r "$root/usr/share/doc/mv-fpi-doc/examples" "$root/root/hosts"
   # shellcheck disable=SC2016  # expanded inside
   inside sh -ec 'cd /root/hosts
     cc host.c $(pkg-config --cflags --libs mv_fpi) -o pkg_config_host

@@ -34,7 +34,7 @@ constexpr char kStyleSheet[] = R"(
   font-size: 18px;
 }
 #text { font-weight: bold; }
-#hint, #time { color: @quiet; }
+#hint, #time, #note { color: @quiet; }
 #time[state="urgent"] { color: @urgent; }
 #finger, QPushButton { background: @card; border: 2px solid @faint; }
 #finger { border-radius: 14px; }
@@ -47,6 +47,7 @@ constexpr char kStyleSheet[] = R"(
 #badge[state="done"] { background: @done; font-size: 22px; }
 #line { background: @faint; min-height: 3px; max-height: 3px; }
 #line[state="done"] { background: @done; }
+#note { font-size: 16px; }
 #caption { font-size: 16px; color: @quiet; }
 #caption[state="due"] { font-weight: bold; color: palette(window-text); }
 QProgressBar {

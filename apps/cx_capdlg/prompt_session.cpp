@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "cx_capdlg/prompt_text.h"
 #include "extern/smo_opt/smo_base1.h"
 
 namespace corvex {
@@ -17,6 +18,14 @@ constexpr int kItemsPerPoll = 3;
 
 // The driver may still read the last press and merge after its time is up.
 constexpr seconds kExpiryMargin{10};
+
+// The driver has started its clock before it started this program.
+constexpr int kHeadStartSeconds = 3;
+
+// From the look that found a finger to the beep it pauses twice.
+constexpr seconds kLeastTaking{1};
+// It gives a silent reader up after that; merging takes no time.
+constexpr seconds kLongestTaking{10};
 
 // The channel keeps one attachment a process.
 constexpr shmatt_t kOwnAttachments = 1;
@@ -33,12 +42,34 @@ SessionState PromptSession::Poll(const TakeItem& take, Clock::time_point now) {
     if (taken == CX_DLG_FAILED) return SessionState::kOwnerGone;
     if (taken < 1) break;
     if (item_->quit_flag == 1) return SessionState::kClosed;
+    NoteText(*item_, now);
     take(*item_);
   }
   if (timeout_s_ > 0 && now - start_ > seconds(timeout_s_) + kExpiryMargin) {
     return SessionState::kExpired;
   }
   return IsOwnerGone() ? SessionState::kOwnerGone : SessionState::kOpen;
+}
+
+// The driver repeats the text of the press that is due before each look at the
+// sensor, so the longest time between the two is a round of it.
+void PromptSession::NoteText(const smo_data_t& item, Clock::time_point now) {
+  if (item.msg_flag != 1) return;
+  const int press = PressOf(ShownText(item));
+  if (press > 0 && press == press_) round_ = std::max(round_, now - text_at_);
+  press_ = press;
+  text_at_ = now;
+}
+
+// A driver that ends while it waits for a press does so a round after its last
+// text; one that has read a press needs longer.
+Ending PromptSession::HowItEnds(Clock::time_point now) const {
+  const auto taking = now - text_at_ - round_;
+  if (press_ == kPresses && taking >= kLeastTaking && taking < kLongestTaking) {
+    return kPressesTaken;
+  }
+  const bool is_late = timeout_s_ > 0 && SecondsLeft(now) <= kHeadStartSeconds;
+  return press_ > 0 && taking < kLeastTaking && is_late ? kTimeUp : kUnclear;
 }
 
 int PromptSession::SecondsLeft(Clock::time_point now) const {

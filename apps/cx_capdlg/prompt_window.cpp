@@ -2,7 +2,6 @@
 
 #include <QAccessible>
 #include <QGridLayout>
-#include <QPushButton>
 #include <QRegularExpression>
 #include <algorithm>
 #include <initializer_list>
@@ -13,31 +12,35 @@ namespace corvex {
 namespace {
 
 constexpr int kUrgentSeconds = 5;
-constexpr const char* kCaptions[kPresses] = {"第一次", "第二次", "第三次"};
-constexpr char kFirstHint[] = "将手指平放在采集器上，听到提示音后抬起";
-constexpr char kNextHint[] = "抬起后再按同一手指，听到提示音后抬起";
+
+// Long enough to read two lines. The host waits for it: the driver gives the
+// window three seconds to go.
+constexpr std::chrono::seconds kFarewell{1};
 
 }  // namespace
 
-PromptWindow::PromptWindow(PromptSession* session, const QRect& screen)
+PromptWindow::PromptWindow(PromptSession* session, const QRect& screen,
+                           const Words& words)
     : QWidget(nullptr, Qt::Dialog | Qt::WindowTitleHint |
                            Qt::WindowCloseButtonHint |
                            Qt::WindowStaysOnTopHint),
       session_(session),
-      look_(screen.size()) {
-  setWindowTitle("指纹采集");
+      look_(screen.size()),
+      words_(words) {
+  setWindowTitle(words.title);
   setStyleSheet(look_.StyleSheet());
-  setFixedSize(look_.Px(700), look_.Px(400));
+  setFixedSize(look_.Px(700), look_.Px(*words.note == '\0' ? 400 : 430));
   move(screen.center() - rect().center());
   text_->setWordWrap(true);
   hint_->setWordWrap(true);
-  finger_->setAccessibleName("指纹图像");
+  finger_->setAccessibleName(words.picture);
   finger_->setFixedSize(look_.Px(184), look_.Px(254));
   time_bar_->setTextVisible(false);
   time_bar_->setMaximum(std::max(1, session_->TimeoutSeconds()));
+  PrepareCancelButton();
   BuildLayout();
   ShowPress(0);
-  ShowText("请准备按捺手指");
+  ShowText(words.ready);
   ShowTime();
   // A stray blank or a bar-code scanner's Return must not press the button.
   setFocusPolicy(Qt::StrongFocus);
@@ -63,7 +66,7 @@ QWidget* PromptWindow::NewSteps() {
     step.badge = NewLabel("badge");
     step.badge->setFixedSize(look_.Px(36), look_.Px(36));
     step.badge->setAlignment(Qt::AlignCenter);
-    step.caption = NewLabel("caption", kCaptions[i]);
+    step.caption = NewLabel("caption", words_.captions[i]);
     grid->addWidget(step.badge, 0, 2 * i, Qt::AlignCenter);
     grid->addWidget(step.caption, 1, 2 * i, Qt::AlignCenter);
     if (i == 0) continue;
@@ -74,12 +77,11 @@ QWidget* PromptWindow::NewSteps() {
   return bar;
 }
 
-QWidget* PromptWindow::NewCancelButton() {
-  auto* const cancel = new QPushButton("取消 (Esc)");
-  cancel->setShortcut(Qt::Key_Escape);
-  cancel->setAccessibleName("取消采集");
-  connect(cancel, &QPushButton::clicked, this, &QWidget::close);
-  return cancel;
+void PromptWindow::PrepareCancelButton() {
+  cancel_->setText(words_.cancel);
+  cancel_->setShortcut(Qt::Key_Escape);
+  cancel_->setAccessibleName(words_.cancel_purpose);
+  connect(cancel_, &QPushButton::clicked, this, &QWidget::close);
 }
 
 void PromptWindow::BuildLayout() {
@@ -98,14 +100,17 @@ void PromptWindow::BuildLayout() {
   grid->setRowMinimumHeight(5, look_.Px(20));
   grid->addWidget(time_, 6, 0, 1, 2);
   grid->addWidget(time_bar_, 7, 0, 1, 2);
-  grid->addWidget(NewCancelButton(), 6, 2, 2, 1);
+  grid->addWidget(cancel_, 6, 2, 2, 1);
+  if (*words_.note != '\0') {
+    grid->addWidget(NewLabel("note", words_.note), 8, 0, 1, 3);
+  }
   grid->setColumnStretch(1, 1);
   grid->activate();
 }
 
 void PromptWindow::Poll() {
   const auto take = [this](const smo_data_t& item) { Take(item); };
-  if (session_->Poll(take) != SessionState::kOpen) close();
+  if (session_->Poll(take) != SessionState::kOpen) return ShowEnding();
   ShowTime();
 }
 
@@ -117,15 +122,32 @@ void PromptWindow::Take(const smo_data_t& item) {
   ShowFinger();
 }
 
+// Nobody says how it ended, so the window claims no more than it has seen.
+void PromptWindow::ShowEnding() {
+  poll_.stop();
+  const Ending ending = session_->HowItEnds();
+  if (ending == kPressesTaken) ShowPress(kPresses + 1);
+  ShowText(words_.endings[ending]);
+  hint_->setText(words_.result_elsewhere);
+  hint_->show();
+  time_->hide();
+  time_bar_->hide();
+  cancel_->setText(words_.close);
+  cancel_->setShortcut(Qt::Key_Escape);  // which a new text takes away
+  cancel_->setAccessibleName({});
+  QTimer::singleShot(kFarewell, this, &QWidget::close);
+}
+
 // The driver repeats its text twice a second; only a new one is news, above all
 // to a screen reader. What is no UTF-8 becomes U+FFFD, what is no character a
 // blank.
 void PromptWindow::ShowText(const std::string& text) {
-  const QString shown =
-      QString::fromStdString(text).replace(QRegularExpression("\\p{Cc}"), " ");
+  const int press = PressOf(text);
+  const char* const own = press > 0 ? words_.presses[press - 1] : nullptr;
+  const QString shown = QString::fromStdString(own == nullptr ? text : own)
+                            .replace(QRegularExpression("\\p{Cc}"), " ");
   if (shown == text_->accessibleName()) return;
   text_->setAccessibleName(shown);
-  const int press = PressOf(text);
   hint_->setVisible(press > 0);
   if (press > 0) ShowPress(press);
   FitText(shown);
@@ -164,10 +186,12 @@ void PromptWindow::ShowPress(int press) {
     Look::SetState(step.caption, state);
     if (i > 0) Look::SetState(step.line, i < press ? "done" : "");
   }
-  step_bar_->setAccessibleName(
-      press == 0 ? QString("共 %1 次按捺").arg(kPresses)
-                 : QString("第 %1 次按捺，共 %2 次").arg(press).arg(kPresses));
-  hint_->setText(press <= 1 ? kFirstHint : kNextHint);
+  step_bar_->setAccessibleName(press == 0
+                                   ? QString(words_.press_count).arg(kPresses)
+                                   : QString(words_.press_of_count)
+                                         .arg(std::min(press, kPresses))
+                                         .arg(kPresses));
+  hint_->setText(press <= 1 ? words_.first_hint : words_.next_hint);
   ShowFinger();
 }
 
@@ -186,7 +210,7 @@ void PromptWindow::ShowFinger() {
 void PromptWindow::ShowTime() {
   const int seconds = session_->SecondsLeft();
   if (seconds == time_bar_->value()) return;
-  time_->setText(QString("剩余时间 %1 秒").arg(seconds));
+  time_->setText(QString(words_.seconds_left).arg(seconds));
   time_bar_->setValue(seconds);
   for (QWidget* part : std::initializer_list<QWidget*>{time_, time_bar_}) {
     part->setVisible(session_->TimeoutSeconds() > 0);

@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QLabel>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QTimer>
 #include <QWidget>
 #include <string>
@@ -12,15 +13,16 @@
 #include "cx_capdlg/look.h"
 #include "cx_capdlg/prompt_session.h"
 #include "cx_capdlg/prompt_text.h"
+#include "cx_capdlg/words.h"
 
 namespace corvex {
 
-// Lives as long as the session: closes itself when that is over. Closing it
-// otherwise is the user's way to cancel.
+// Lives as long as the session, and for a moment says how that ended. Closing
+// it before is the user's way to cancel.
 class PromptWindow : public QWidget {
  public:
   // In the middle of what is free of the screen.
-  PromptWindow(PromptSession* session, const QRect& screen);
+  PromptWindow(PromptSession* session, const QRect& screen, const Words& words);
 
  private:
   struct Step {
@@ -31,7 +33,7 @@ class PromptWindow : public QWidget {
 
   QLabel* NewLabel(const char* name, const QString& text = {});
   QWidget* NewSteps();
-  QWidget* NewCancelButton();
+  void PrepareCancelButton();
   void BuildLayout();
   void Poll();
   void Take(const smo_data_t& item);
@@ -40,9 +42,11 @@ class PromptWindow : public QWidget {
   void ShowPress(int press);
   void ShowFinger();
   void ShowTime();
+  void ShowEnding();
 
   PromptSession* const session_;
   const Look look_;
+  const Words& words_;
   QLabel* const finger_ = NewLabel("finger");
   QLabel* const text_ = NewLabel("text");
   QLabel* const hint_ = NewLabel("hint");
@@ -50,6 +54,7 @@ class PromptWindow : public QWidget {
   QWidget* const step_bar_ = NewSteps();
   QLabel* const time_ = NewLabel("time");
   QProgressBar* const time_bar_ = new QProgressBar;
+  QPushButton* const cancel_ = new QPushButton;
   QTimer poll_;
   QImage picture_;
   int press_ = 0;

@@ -5,6 +5,7 @@
 #include <sys/shm.h>
 
 #include <QApplication>
+#include <QLayout>
 #include <QPushButton>
 #include <QTest>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "cx_capdlg/picture.h"
 #include "cx_capdlg/prompt_window.h"
 #include "cx_dlg/grey_bmp.h"
+#include "cx_logger.h"
 #include "support/conditions.h"
 
 namespace {
@@ -39,11 +41,15 @@ Bytes Picture(uint8_t pixel = 255, size_t size = 31478) {
 
 class Window : public testing::Test {
  protected:
-  void Open(int32_t timeout_s = 0, const QSize& screen = {1024, 600}) {
+  Window() { setenv("LC_ALL", "C.UTF-8", 1); }
+
+  void Open(int32_t timeout_s = 0, const QSize& screen = {1024, 600},
+            bool has_chinese_font = true) {
     RemoveBlock();
     block_ = Block(IPC_CREAT);
     block_->timeout = timeout_s;
-    window_.emplace(&session_.emplace(), QRect({0, 0}, screen));
+    window_.emplace(&session_.emplace(), QRect({0, 0}, screen),
+                    corvex::WordsForUser(has_chinese_font));
     window_->show();
     EXPECT_TRUE(QTest::qWaitForWindowActive(&*window_, 40000));
   }
@@ -121,18 +127,76 @@ TEST(PictureFile, IsNoneWhenAPartIsMissingOrItsHeadLies) {
 }
 
 TEST_F(Window, EndsForTheUserAndWithTheDriver) {
-  const std::pair<const char*, std::function<void()>> kEnds[] = {
-      {"Esc", [&] { Press(Qt::Key_Escape); }},
-      {"the button", [&] { window_->findChild<QPushButton*>()->click(); }},
-      {"the driver's request", [&] { block_->quit_flag = 1; }},
-      {"a killed driver", [&] { shmdt(block_); }},
-      {"a removed block", RemoveBlock},
-      {"a new driver", [] { RemoveBlock(), Block(IPC_CREAT); }},
+  const char kReady[] = "请准备按捺手指", kEnded[] = "采集已结束";
+  const auto take_third = [&] {
+    strcpy(block_->msg_text, " 请您第三次按捺手指...");
+    Post(&block_->msg_flag);
+    QTest::qWait(2000);
+    block_->quit_flag = 1;
   };
-  for (const auto& [name, happens] : kEnds) {
+  const std::tuple<const char*, const char*, std::function<void()>> kEnds[] = {
+      {"Esc", kReady, [&] { Press(Qt::Key_Escape); }},
+      {"button", kReady, [&] { window_->findChild<QPushButton*>()->click(); }},
+      {"the driver's request", kEnded, [&] { block_->quit_flag = 1; }},
+      {"a killed driver", kEnded, [&] { shmdt(block_); }},
+      {"a removed block", kEnded, RemoveBlock},
+      {"a new driver", kEnded, [] { RemoveBlock(), Block(IPC_CREAT); }},
+      {"the third press", "三次按捺已完成", take_third},
+  };
+  for (const auto& [name, last, happens] : kEnds) {
     Open();
     QTimer::singleShot(0, &*window_, happens);
     EXPECT_EQ(0, QApplication::exec()) << name;
+    EXPECT_EQ(last, window_->findChild<QLabel*>("text")->accessibleName());
+  }
+  EXPECT_EQ("✓", window_->findChildren<QLabel*>("badge")[2]->text());
+}
+
+// Each row: when texts of a press came, and when the end.
+TEST_F(Window, KnowsOfTheEndOnlyWhatTheTextsTell) {
+  const std::tuple<int, std::vector<int>, int, corvex::Ending> kCourses[] = {
+      {3, {1000, 1600}, 3400, corvex::kPressesTaken},
+      {3, {1000, 1600}, 2300, corvex::kUnclear},   // a failed look
+      {3, {1000, 4000}, 7500, corvex::kUnclear},   // on a slow line
+      {3, {1000, 1600}, 14000, corvex::kUnclear},  // a silent reader
+      {2, {1000, 1600}, 3400, corvex::kUnclear},
+      {0, {1000, 1600}, 29000, corvex::kUnclear},  // another driver's
+      {2, {29000, 29600}, 30200, corvex::kTimeUp},
+  };
+  const char* const kTexts[] = {"", "", " 请您第二次按捺手指...",
+                                " 请您第三次按捺手指..."};
+  for (const auto& [press, texts_ms, end_ms, ending] : kCourses) {
+    Open(30);
+    corvex::PromptSession session;
+    const auto start = std::chrono::steady_clock::now();
+    for (const int at_ms : texts_ms) {
+      strcpy(block_->msg_text, kTexts[press]);
+      block_->msg_flag = 1;
+      session.Poll([](const smo_data_t&) {}, start + at_ms * 1ms);
+    }
+    EXPECT_EQ(ending, session.HowItEnds(start + end_ms * 1ms))
+        << press << " " << end_ms;
+  }
+}
+
+TEST_F(Window, SpeaksEnglishWhereChineseIsNotWantedOrNotThere) {
+  const std::tuple<const char*, bool, QString, int> kCases[] = {
+      {"zh_CN.UTF-8", true, "指纹采集", 0},
+      {"C", true, "指纹采集", 0},
+      {"en_GB.UTF-8", true, "Fingerprint enrolment", 0},
+      {"zh_CN.UTF-8", false, "Fingerprint enrolment", 1},
+  };
+  for (const auto& [locale, has_font, title, notes] : kCases) {
+    setenv("LC_ALL", locale, 1);
+    Open(30, {480, 320}, has_font);
+    EXPECT_EQ(title, window_->windowTitle());
+    const auto note = window_->findChildren<QLabel*>("note");
+    EXPECT_EQ(notes, note.size()) << locale;
+    strcpy(block_->msg_text, " 请您第二次按捺手指...");
+    Post(&block_->msg_flag);
+    const QLayout* const layout = window_->layout();
+    EXPECT_LE(layout->minimumHeightForWidth(window_->width()),
+              window_->height());
   }
 }
 
@@ -161,11 +225,17 @@ TEST_F(Window, CountsDownAndExpiresLongAfterTheTimeout) {
 TEST(Program, WithoutADisplaySitsTheSessionOutUnseen) {
   unsetenv("DISPLAY");
   unsetenv("WAYLAND_DISPLAY");
+  unsetenv("QT_QPA_PLATFORM");
+  ASSERT_NE(nullptr, freopen("/tmp/said", "w", stderr));
   const int32_t process = cx_dlg_init(1, 30, PROMPT_PROGRAM);
   EXPECT_EQ(0, cx_dlg_send_data(SMO_SET_MSG, "text", 4, nullptr, 0));
   EXPECT_TRUE(support::Eventually([] { return Block()->msg_flag == 0; }));
   EXPECT_EQ(0, cx_dlg_send_data(SMO_SET_QUIT, nullptr, 0, nullptr, 0));
   EXPECT_TRUE(support::Eventually([&] { return kill(process, 0) != 0; }));
+  EXPECT_EQ(
+      "cx_capdlg: there is no display: neither DISPLAY nor WAYLAND_DISPLAY is "
+      "set; the enrolment goes on without its window",
+      corvex::log_run_cmd("cat /tmp/said"));
 }
 
 }  // namespace

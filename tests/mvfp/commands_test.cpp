@@ -63,6 +63,8 @@ const Situation kSituations[] = {
     {"ThreeFingersGuided",
      "press 1; wait-for capture; press 2; wait-for capture; press 3",
      "mvfp enroll --guided", 4, "", "do not agree (FG_TipsGetTemplate -601)"},
+    {"OneFingerGuided", "press 1", "mvfp enroll --guided -o /tmp/a", 0, "",
+     "the three presses agree"},
     {"NoDriver", "",
      "mkdir /tmp/a; cp $(which mvfp) /tmp/a; echo >/tmp/site/libmv_fpi.so.1; "
      "/tmp/a/mvfp version",

@@ -155,7 +155,10 @@ int Take(const Report& report, const Options& options,
          const DriverCall<decltype(FG_GetFeature)>& call, int presses,
          const char* field) {
   if (!options.output.empty()) CheckWritable(options.output);
-  return Deliver(report, options, field, Wait(options, call, presses));
+  const std::string text = Wait(options, call, presses);
+  // The window cannot know.
+  if (options.guided) Say("the three presses agree; the template is made");
+  return Deliver(report, options, field, text);
 }
 
 int Capture(const Report& report, const Options& options) {

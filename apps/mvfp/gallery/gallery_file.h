@@ -3,14 +3,14 @@
 #ifndef APPS_MVFP_GALLERY_GALLERY_FILE_H_
 #define APPS_MVFP_GALLERY_GALLERY_FILE_H_
 
-#include <sqlite3.h>
-
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "libraries/sqlite.h"
 
 namespace corvex::mvfp {
 

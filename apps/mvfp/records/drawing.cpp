@@ -2,14 +2,13 @@
 // of fixed size: the plot of 256 by 256 units on the left, the legend right.
 #include "records/drawing.h"
 
-#include <cairo-svg.h>
-#include <cairo.h>
-
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
+
+#include "libraries/cairo.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -232,6 +231,13 @@ void DrawPage(Page page, const Record& record, const std::string& title) {
             "The numbers are those of the table, behind each mark.", kRemark);
 }
 
+struct Destroy {
+  void operator()(cairo_surface_t* surface) const {
+    cairo_surface_destroy(surface);
+  }
+  void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
+};
+
 cairo_status_t Append(void* file, const unsigned char* bytes,
                       unsigned int count) {
   static_cast<std::string*>(file)->append(bytes, bytes + count);
@@ -250,15 +256,13 @@ std::string DrawRecord(const Record& record, const std::string& title,
                        PictureFormat format) {
   std::string file;
   const bool is_svg = format == PictureFormat::kSvg;
-  const std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>
-      surface(is_svg ? cairo_svg_surface_create_for_stream(
-                           Append, &file, kPageWidth, kPageHeight)
-                     : cairo_image_surface_create(
-                           CAIRO_FORMAT_RGB24, static_cast<int>(kPageWidth),
-                           static_cast<int>(kPageHeight)),
-              cairo_surface_destroy);
-  const std::unique_ptr<cairo_t, decltype(&cairo_destroy)> cairo(
-      cairo_create(surface.get()), cairo_destroy);
+  const std::unique_ptr<cairo_surface_t, Destroy> surface(
+      is_svg ? cairo_svg_surface_create_for_stream(Append, &file, kPageWidth,
+                                                   kPageHeight)
+             : cairo_image_surface_create(CAIRO_FORMAT_RGB24,
+                                          static_cast<int>(kPageWidth),
+                                          static_cast<int>(kPageHeight)));
+  const std::unique_ptr<cairo_t, Destroy> cairo(cairo_create(surface.get()));
   DrawPage(Page(cairo.get()), record, title);
   if (!is_svg) cairo_surface_write_to_png_stream(surface.get(), Append, &file);
   cairo_surface_finish(surface.get());
