@@ -95,6 +95,14 @@ const Situation kSituations[] = {
      "printf 'a\\tb\\tEgAA\\na\\tb\\tEg\\n' >/tmp/1; "
      "mvfp gallery import /tmp/1 -g /tmp/g || ls /tmp/g",
      2, "", "line 2: ends after 0 bytes, within its head of 3\nmvfp: nothing"},
+    {"KilledWriterIsUndone", "",
+     "export MVFP_GALLERY=/tmp/g; mvfp gallery add EgAA --id a --finger b; "
+     "python3 -c 'import os, sqlite3\n"
+     "to = sqlite3.connect(\"/tmp/g\")\nto.execute(\"pragma cache_size=1\")\n"
+     "rows = [(\"x\", \"y\", 9000 * b\"z\", \"\")] * 9\n"
+     "to.executemany(\"insert into fingers values(null,?,?,?,?)\", rows)\n"
+     "os._exit(0)'; ls /tmp/g*; mvfp gallery list | cut -f 1,2",
+     0, "added a, b\n/tmp/g\n/tmp/g-journal\na\tb", ""},
     {"MeaningByNames", "", "mvfp explain FG_ERR_BUSY commcall | head -n 1", 0,
      "-14 FG_ERR_BUSY", ""},
     {"PageOfTheDocumentation", "",
@@ -142,6 +150,7 @@ TEST_F(Tool, WhatIsWrongIsNamedWithItsPlace) {
       {"capture -o /tmp/a/1", 2, "cannot write /tmp/a/1: No such file"},
       {"bind 5 -p ttyX", 2, "ttyX is no serial port"},
       {"doctor -p null", 1, ""},
+      {"gallery list -g ''", 2, "--gallery: names no file"},
       {"capture -t 0", 2, "--timeout: Value 0 not in"},
       {"version --box Z", 2, "--box: Z not in"},
       {"match -l 6 E E", 2, "--level: Value 6 not"},

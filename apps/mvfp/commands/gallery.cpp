@@ -2,13 +2,15 @@
 #include <mv_match.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iostream>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <sstream>
 
 #include "commands/commands.h"
 #include "files.h"
 #include "gallery/gallery_file.h"
+#include "long_work.h"
 #include "records/record.h"
 
 namespace corvex::mvfp {
@@ -177,18 +179,47 @@ GalleryEntry ParseLine(const std::string& line, std::string* problem) {
   return entry;
 }
 
-int Import(const Report& report, const Options& options) {
-  std::ifstream file;
-  if (options.file != "-") {
-    file.open(options.file);
-    if (!file) {
-      throw SystemFailure("read", options.file, "name another file",
-                          kExitUsage);
-    }
+// The lines of a file, or of standard input, one after the other. C's stream,
+// not C++'s: Ctrl-C ends its wait.
+class Lines {
+ public:
+  explicit Lines(const std::string& path)
+      : path_(path), file_(path == "-" ? stdin : fopen(path.c_str(), "re")) {
+    if (file_ == nullptr) Refuse();
   }
-  std::istream& lines = options.file == "-" ? std::cin : file;
+  ~Lines() {
+    if (file_ != stdin) fclose(file_);
+    free(buffer_);
+  }
+  Lines(const Lines&) = delete;
+  Lines& operator=(const Lines&) = delete;
+
+  // Without its end. False after the last one.
+  bool Next(std::string* line) {
+    const ssize_t length = getline(&buffer_, &room_, file_);
+    if (length < 0 && ferror(file_) != 0 && errno != EINTR) Refuse();
+    if (length < 0) return false;
+    line->assign(buffer_, static_cast<size_t>(length));
+    if (line->back() == '\n') line->pop_back();
+    return true;
+  }
+
+ private:
+  [[noreturn]] void Refuse() const {
+    throw SystemFailure("read", path_, "name another file", kExitUsage);
+  }
+
+  const std::string path_;
+  FILE* const file_;
+  char* buffer_ = nullptr;
+  size_t room_ = 0;
+};
+
+std::vector<GalleryEntry> ReadEntries(const std::string& path) {
+  LongWork work("reading lines:");
+  Lines lines(path);
   std::vector<GalleryEntry> entries;
-  for (std::string line; std::getline(lines, line);) {
+  for (std::string line; lines.Next(&line); work.Done(entries.size())) {
     std::string problem;
     entries.push_back(ParseLine(line, &problem));
     if (!problem.empty()) {
@@ -197,6 +228,12 @@ int Import(const Report& report, const Options& options) {
           "nothing was added; mend the line");
     }
   }
+  work.Done(entries.size());  // where the wait for a line was ended
+  return entries;
+}
+
+int Import(const Report& report, const Options& options) {
+  const std::vector<GalleryEntry> entries = ReadEntries(options.file);
   GalleryFile gallery(options.gallery, GalleryFile::kWrites);
   gallery.Add(entries);
   return report.Result({{"added", entries.size()}},
