@@ -103,6 +103,24 @@ const Situation kSituations[] = {
      "to.executemany(\"insert into fingers values(null,?,?,?,?)\", rows)\n"
      "os._exit(0)'; ls /tmp/g*; mvfp gallery list | cut -f 1,2",
      0, "added a, b\n/tmp/g\n/tmp/g-journal\na\tb", ""},
+    // Four impressions of five fingers, the last one under a sixth id.
+    {"RatesOfTheGallery", "",
+     "export MVFP_GALLERY=/tmp/g; python3 -c 'import base64\n"
+     "for row in open(\"" MV_CHECKOUT_DIR "/packaging/fingers.tsv\"):\n"
+     "  if row[0] == \"#\": continue\n"
+     "  _, finger, number, record = row.split()\n"
+     "  if finger + number == \"54\": finger = \"6\"\n"
+     "  text = base64.b64encode(bytes.fromhex(record)).decode()\n"
+     "  print(finger, \"f\", text, sep=\"\\t\")' | mvfp gallery import -; "
+     "mvfp gallery calibrate --picture /tmp/r.svg | grep -E 'trials|^ +3 '; "
+     "grep -cE 'M (362.4|362.39|395.2|395.19|469)[0-9]* 110 L ' /tmp/r.svg",
+     0,
+     "added 20 records\nFalse matches, records of different ids: 163 trials\n"
+     "    3           36         3       1.84     0.628 to 5.27      1 of 15\n"
+     "False non-matches, records of one finger: 27 trials\n"
+     "    3           36         0          0         0 to 12.5      0 of 5\n"
+     "3",
+     "drew /tmp/r.svg"},
     {"MeaningByNames", "", "mvfp explain FG_ERR_BUSY commcall | head -n 1", 0,
      "-14 FG_ERR_BUSY", ""},
     {"PageOfTheDocumentation", "",

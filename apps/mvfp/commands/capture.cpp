@@ -4,9 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <filesystem>
 #include <regex>
 
 #include "calls/day_log.h"
@@ -48,19 +46,6 @@ struct Options : PressOptions {
 };
 
 constexpr char kOtherFile[] = "name another file with --output";
-
-// Asked before anybody presses a finger.
-void CheckWritable(const std::filesystem::path& path) {
-  std::error_code error;
-  const auto directory = "." / path.parent_path();
-  const bool exists = std::filesystem::exists(path, error);
-  if (std::filesystem::is_directory(path, error)) {
-    errno = EISDIR;
-  } else if (access((exists ? path : directory).c_str(), W_OK) == 0) {
-    return;
-  }
-  throw SystemFailure("write", path, kOtherFile, kExitUsage);
-}
 
 // Tells the person at the reader what is awaited, on a terminal only.
 //
@@ -154,7 +139,7 @@ std::string Wait(const PressOptions& options,
 int Take(const Report& report, const Options& options,
          const DriverCall<decltype(FG_GetFeature)>& call, int presses,
          const char* field) {
-  if (!options.output.empty()) CheckWritable(options.output);
+  if (!options.output.empty()) CheckWritable(options.output, kOtherFile);
   return Deliver(report, options, field, Wait(options, call, presses));
 }
 

@@ -1,4 +1,6 @@
 // gallery: whose records this site knows. Touches no reader.
+#include "commands/gallery.h"
+
 #include <mv_match.h>
 
 #include <algorithm>
@@ -11,6 +13,7 @@
 #include "files.h"
 #include "gallery/gallery_file.h"
 #include "long_work.h"
+#include "records/digest.h"
 #include "records/record.h"
 
 namespace corvex::mvfp {
@@ -24,7 +27,8 @@ data directory. Only its owner may read it. mvfp identify searches it.
 Examples:
   mvfp gallery add anna.template --id T1007 --finger right-index
   mvfp gallery list
-  mvfp gallery remove T1007
+  mvfp gallery show T1007
+  mvfp gallery calibrate --picture rates.svg
   mvfp gallery export >people.tsv
 )"};
 constexpr Help kAdd = {"add", "Add a record",
@@ -38,6 +42,15 @@ constexpr Help kList = {"list", "Print who is in it, and which fingers",
                         R"(Examples:
   mvfp gallery list
   mvfp gallery list --id T1007 --json
+)"};
+constexpr Help kShow = {
+    "show", "Print what is known of a person's records",
+    R"(Each record's finger, minutiae, time of enrolment and SHA-256, which a receipt
+of mvfp enroll has too. Nothing of the print itself is shown.
+
+Examples:
+  mvfp gallery show T1007
+  mvfp gallery show T1007 --json
 )"};
 constexpr Help kRemove = {"remove", "Remove a person, or one finger",
                           R"(Examples:
@@ -67,15 +80,6 @@ struct Options {
   std::string file;  // or record
 };
 
-// Ids and fingers are printed with tabs between them, a line each.
-std::string ProblemOfName(const std::string& name) {
-  if (name.empty()) return "is empty";
-  const auto steers = [](unsigned char c) { return c < ' ' || c == 0x7F; };
-  return std::any_of(name.begin(), name.end(), steers)
-             ? "has a tab, a line's end or another control character"
-             : "";
-}
-
 // The record's bytes; `problem` says what is wrong with a text.
 std::string RecordOf(const std::string& text, std::string* problem) {
   char bytes[MV_RECORD_BYTES];
@@ -89,10 +93,6 @@ std::string TextOf(const std::string& record) {
   char text[MV_RECORD_TEXT_BYTES] = "";
   mv_record_to_text(record.data(), record.size(), text, sizeof text);
   return text;
-}
-
-std::string Plural(size_t count) {
-  return std::to_string(count) + (count == 1 ? " record" : " records");
 }
 
 int Add(const Report& report, const Options& options) {
@@ -134,6 +134,30 @@ int List(const Report& report, const Options& options) {
   }
   return report.Result({{"records", records}}, text.str(),
                        records.empty() ? kExitNo : kExitOk);
+}
+
+int Show(const Report& report, const Options& options) {
+  const GalleryFile gallery(options.gallery, GalleryFile::kReads);
+  Json records = Json::array();
+  std::ostringstream text;
+  for (const GalleryEntry& entry : gallery.Entries(options.id)) {
+    const int minutiae = static_cast<uint8_t>(entry.record[2]);
+    const std::string digest = Sha256(entry.record);
+    records.push_back({{"number", entry.number},
+                       {"finger", entry.finger},
+                       {"minutiae", minutiae},
+                       {"bytes", entry.record.size()},
+                       {"added", entry.added},
+                       {"sha256", digest}});
+    text << entry.finger << "\n  number    " << entry.number << "\n  minutiae  "
+         << minutiae << ", " << entry.record.size() << " bytes\n  added     "
+         << entry.added << " UTC\n  SHA-256   " << digest << '\n';
+  }
+  if (records.empty()) {
+    throw Failure{"nobody in " + gallery.Path() + " is " + options.id,
+                  "see who is there: mvfp gallery list", kExitNo};
+  }
+  return report.Result({{"id", options.id}, {"records", records}}, text.str());
 }
 
 int Remove(const Report& report, const Options& options) {
@@ -242,6 +266,18 @@ int Import(const Report& report, const Options& options) {
 
 }  // namespace
 
+std::string ProblemOfName(const std::string& name) {
+  if (name.empty()) return "is empty";
+  const auto steers = [](unsigned char c) { return c < ' ' || c == 0x7F; };
+  return std::any_of(name.begin(), name.end(), steers)
+             ? "has a tab, a line's end or another control character"
+             : "";
+}
+
+std::string Plural(size_t count) {
+  return std::to_string(count) + (count == 1 ? " record" : " records");
+}
+
 void AddGallery(CommandLine* line) {
   CLI::App* const group = line->AddGroup(kGallery);
   const auto add = line->Add(kAdd, Add, group);
@@ -251,6 +287,8 @@ void AddGallery(CommandLine* line) {
       ->required();
   const auto list = line->Add(kList, List, group);
   list.app->add_option("--id", list.options->id, "Only this person's");
+  const auto show = line->Add(kShow, Show, group);
+  show.app->add_option("ID", show.options->id, "Who")->required();
   const auto remove = line->Add(kRemove, Remove, group);
   remove.app->add_option("ID", remove.options->id, "Who")->required();
   remove.app->add_option("--finger", remove.options->finger,
@@ -259,9 +297,10 @@ void AddGallery(CommandLine* line) {
   const auto import = line->Add(kImport, Import, group);
   import.app->add_option("FILE", import.options->file, "What export printed")
       ->required();
-  for (const auto& command : {add, list, remove, exporting, import}) {
+  for (const auto& command : {add, list, show, remove, exporting, import}) {
     AddGalleryOption(command.app, &command.options->gallery);
   }
+  AddCalibrate(line, group);
 }
 
 }  // namespace corvex::mvfp
