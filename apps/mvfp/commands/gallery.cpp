@@ -80,15 +80,6 @@ struct Options {
   std::string file;  // or record
 };
 
-// The record's bytes; `problem` says what is wrong with a text.
-std::string RecordOf(const std::string& text, std::string* problem) {
-  char bytes[MV_RECORD_BYTES];
-  char why[MV_PROBLEM_BYTES] = "";
-  const int length = mv_record_from_text(text.data(), text.size(), bytes, why);
-  *problem = why;
-  return {bytes, static_cast<size_t>(std::max(length, 0))};
-}
-
 std::string TextOf(const std::string& record) {
   char text[MV_RECORD_TEXT_BYTES] = "";
   mv_record_to_text(record.data(), record.size(), text, sizeof text);
@@ -96,14 +87,6 @@ std::string TextOf(const std::string& record) {
 }
 
 int Add(const Report& report, const Options& options) {
-  for (const auto& [what, name] :
-       {std::pair("id", options.id), std::pair("finger", options.finger)}) {
-    const std::string problem = ProblemOfName(name);
-    if (!problem.empty()) {
-      throw UsageFailure(std::string("the ") + what + " " + problem,
-                         "see: mvfp gallery add --help");
-    }
-  }
   const Record loaded = LoadRecord(options.file);
   std::string problem;
   const std::string record = RecordOf(loaded.text, &problem);
@@ -266,12 +249,21 @@ int Import(const Report& report, const Options& options) {
 
 }  // namespace
 
+// Ids and fingers are printed with tabs between them, a line each.
 std::string ProblemOfName(const std::string& name) {
   if (name.empty()) return "is empty";
   const auto steers = [](unsigned char c) { return c < ' ' || c == 0x7F; };
   return std::any_of(name.begin(), name.end(), steers)
              ? "has a tab, a line's end or another control character"
              : "";
+}
+
+std::string RecordOf(const std::string& text, std::string* problem) {
+  char bytes[MV_RECORD_BYTES];
+  char why[MV_PROBLEM_BYTES] = "";
+  const int length = mv_record_from_text(text.data(), text.size(), bytes, why);
+  *problem = why;
+  return {bytes, static_cast<size_t>(std::max(length, 0))};
 }
 
 std::string Plural(size_t count) {
@@ -282,9 +274,12 @@ void AddGallery(CommandLine* line) {
   CLI::App* const group = line->AddGroup(kGallery);
   const auto add = line->Add(kAdd, Add, group);
   add.app->add_option("RECORD", add.options->file, "The record")->required();
-  add.app->add_option("--id", add.options->id, "Whose it is")->required();
+  add.app->add_option("--id", add.options->id, "Whose it is")
+      ->required()
+      ->check(ProblemOfName);
   add.app->add_option("--finger", add.options->finger, "Which finger")
-      ->required();
+      ->required()
+      ->check(ProblemOfName);
   const auto list = line->Add(kList, List, group);
   list.app->add_option("--id", list.options->id, "Only this person's");
   const auto show = line->Add(kShow, Show, group);

@@ -64,8 +64,8 @@ std::string Column(sqlite3_stmt* row, int column) {
 
 }  // namespace
 
-void AddGalleryOption(CLI::App* command, std::string* path) {
-  command
+CLI::Option* AddGalleryOption(CLI::App* command, std::string* path) {
+  return command
       ->add_option("-g,--gallery", *path,
                    "The gallery's file [MVFP_GALLERY, else in your data "
                    "directory]")

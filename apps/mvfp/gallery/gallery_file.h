@@ -23,7 +23,7 @@ struct GalleryEntry {
 };
 
 // --gallery, else MVFP_GALLERY, else a file in the user's data directory.
-void AddGalleryOption(CLI::App* command, std::string* path);
+CLI::Option* AddGalleryOption(CLI::App* command, std::string* path);
 
 // Every failure throws a Failure that names the file, and changes nothing.
 class GalleryFile {
