@@ -27,6 +27,7 @@ Examples:
   mvfp capture --port ttyUSB0 --timeout 5 -o door.feature
   mvfp capture --port ttyUSB0 | mvfp match anna.template -
 )"};
+
 struct Options : PressOptions {
   std::string output;
 };

@@ -49,16 +49,17 @@ class Trials {
     work_ = &work;
     const size_t threads = std::max(1U, std::thread::hardware_concurrency());
     std::vector<Part> parts(threads, Part(people_.size()));
+    parts[0].reports = true;
     std::vector<std::thread> helpers;
     helpers.reserve(threads - 1);
     try {
       for (size_t i = 1; i < threads; ++i) {
-        helpers.emplace_back([this, &parts, i] { Help(&parts[i], false); });
+        helpers.emplace_back([this, &parts, i] { Help(&parts[i]); });
       }
     } catch (const std::exception&) {
       // Those that run do the work of those that could not be started.
     }
-    Help(&parts[0], true);
+    Help(&parts[0]);
     for (std::thread& helper : helpers) helper.join();
     work.Done(done_);
     Calibration sum = CompareFingers(&work);
@@ -75,7 +76,11 @@ class Trials {
     Scores strangers;
     Scores ids;
     std::vector<int> highest;  // of one person with each other
+    bool reports = false;
   };
+
+  // What a thread compares before it looks whether it should stop.
+  static constexpr size_t kShare = 256;
 
   static bool HaveOneId(const GalleryEntry& a, const GalleryEntry& b) {
     return a.id == b.id;
@@ -93,34 +98,39 @@ class Trials {
   }
 
   // What every thread does. Those late in the order take longest: they first.
-  void Help(Part* part, bool reports) noexcept {
-    while (!stopped_) {
-      const size_t taken = next_++;
-      if (taken >= people_.size()) return;
-      const size_t person = people_.size() - 1 - taken;
-      CompareWithEarlier(person, part);
-      done_ += people_[person].Size() * people_[person].begin;
-      if (reports && !work_->GoesOn(done_)) stopped_ = true;
+  void Help(Part* part) noexcept {
+    for (size_t taken = next_++; taken < people_.size(); taken = next_++) {
+      if (!CompareWithEarlier(people_.size() - 1 - taken, part)) return;
     }
   }
 
-  // One probe with everybody, since it stays prepared.
-  void CompareWithEarlier(size_t person, Part* part) const {
+  // One probe with everybody, since it stays prepared. False when stopped.
+  bool CompareWithEarlier(size_t person, Part* part) {
     const Range mine = people_[person];
     std::fill_n(part->highest.begin(), person, 0);
     for (size_t probe = mine.begin; probe < mine.end; ++probe) {
+      size_t compared = 0;
       for (size_t other = 0; other < person; ++other) {
         int& highest = part->highest[other];
         for (size_t i = people_[other].begin; i < people_[other].end; ++i) {
           const int score = Score(probe, i);
           part->strangers.Add(score);
           highest = std::max(highest, score);
+          if (++compared % kShare == 0 && !GoesOn(kShare, *part)) return false;
         }
       }
+      if (!GoesOn(compared % kShare, *part)) return false;
     }
     for (size_t other = 0; other < person; ++other) {
       part->ids.Add(part->highest[other]);
     }
+    return true;
+  }
+
+  bool GoesOn(size_t compared, const Part& part) {
+    done_ += compared;
+    if (part.reports && !work_->GoesOn(done_)) stopped_ = true;
+    return !stopped_;
   }
 
   Calibration CompareFingers(LongWork* work) const {
