@@ -162,7 +162,8 @@ void GalleryFile::CheckRecord(const GalleryEntry& entry) const {
   throw Failure{"the gallery " + path_ + ": record " +
                     std::to_string(entry.number) + ", of " + entry.id + ", " +
                     problem,
-                "remove it: mvfp gallery remove " + entry.id};
+                "remove it: mvfp gallery remove " + entry.id + " --finger " +
+                    entry.finger};
 }
 
 void GalleryFile::Add(const std::vector<GalleryEntry>& entries) {
