@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Shows the driver at work without hardware: installs what is missing, builds,
-# starts a virtual reader, enrols a finger and compares it with two others.
+# starts a virtual reader, enrols a finger, compares it with two others, and
+# tells whose finger is pressed.
 #
 #   scripts/demo.sh                  synthetic fingers
-#   scripts/demo.sh --records FILE   the fingers of a file: a record a line, as
-#                                    mvfp prints them, or four columns (see
-#                                    mvfp-vreader --help)
+#   scripts/demo.sh --records FILE   three fingers or more of a file: a record a
+#                                    line, as mvfp prints them, or four columns
+#                                    (see mvfp-vreader --help)
 #   scripts/demo.sh --guided         enrol with the prompt window on the screen
 #   scripts/demo.sh --web            a web page that uses the reader
 #
@@ -106,13 +107,24 @@ show mvfp capture --output finger2.feature
 other=0
 show mvfp match finger1.template finger2.feature || other=$?
 
+heading "Whose finger is it? Three people, one press"
+export MVFP_GALLERY=$work/people.sqlite
+show mvfp gallery add finger1.template --id anna --finger right-index
+show mvfp gallery add finger2.feature --id ben --finger right-index
+press 3
+show mvfp capture --output finger3.feature
+show mvfp gallery add finger3.feature --id carla --finger right-index
+press 2
+{ show mvfp identify || true; } | tee identified
+who=$(tail -n 1 identified | cut -f 1)
+
 heading "Stopping the reader"
 reader=$READER_PID
 tell_reader quit
 wait "$reader"
 echo "it understood every request"
 
-if [ "$same" -ne 0 ] || [ "$other" -ne 1 ]; then
-  echo "these two fingers were not told apart as they should be" >&2
+if [ "$same" -ne 0 ] || [ "$other" -ne 1 ] || [ "$who" != ben ]; then
+  echo "these fingers were not told apart as they should be" >&2
   exit 1
 fi

@@ -7,7 +7,8 @@ set -eu
 
 # To build the driver and the tools, and to show them.
 DEMO='g++ cmake ninja-build pkg-config libcjson-dev libcli11-dev
-  nlohmann-json3-dev libcairo2-dev zlib1g-dev libsqlite3-dev fonts-dejavu-core'
+  nlohmann-json3-dev libcairo2-dev zlib1g-dev libsqlite3-dev libmd-dev
+  fonts-dejavu-core'
 
 # The prompt window as well.
 WINDOW='qt6-base-dev procps'
@@ -19,7 +20,7 @@ TESTS="$DEMO $WINDOW libgtest-dev python3"
 # On top of that, to cross-build for arm64 and to run the result.
 ARM64='g++-aarch64-linux-gnu qemu-user-static libstdc++6:arm64
   libcjson-dev:arm64 libgtest-dev:arm64 libcairo2-dev:arm64 zlib1g-dev:arm64
-  libsqlite3-dev:arm64'
+  libsqlite3-dev:arm64 libmd-dev:arm64'
 
 # The fuzzers have a compiler of their own.
 FUZZ='clang libclang-rt-14-dev cmake ninja-build pkg-config libcjson-dev

@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+
+#include "report.h"
 
 namespace corvex::mvfp {
 
@@ -29,6 +32,18 @@ bool WriteText(const std::string& path, const std::string& text, mode_t mode) {
   const bool written = write(file, text.data(), text.size()) ==
                        static_cast<ssize_t>(text.size());
   return close(file) == 0 && written;
+}
+
+void CheckWritable(const std::filesystem::path& path, const std::string& next) {
+  std::error_code error;
+  const auto directory = "." / path.parent_path();
+  const bool exists = std::filesystem::exists(path, error);
+  if (std::filesystem::is_directory(path, error)) {
+    errno = EISDIR;
+  } else if (access((exists ? path : directory).c_str(), W_OK) == 0) {
+    return;
+  }
+  throw SystemFailure("write", path, next, kExitUsage);
 }
 
 }  // namespace corvex::mvfp

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,10 @@ std::vector<std::string> Words(const std::string& text);
 
 // The mode is that of a new file. False, and errno, when it cannot be written.
 bool WriteText(const std::string& path, const std::string& text, mode_t mode);
+
+// Throws a Failure when the file could not be written: asked before the work
+// that would be lost. `next` says what to do then.
+void CheckWritable(const std::filesystem::path& path, const std::string& next);
 
 }  // namespace corvex::mvfp
 

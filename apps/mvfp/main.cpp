@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
   try {
     CommandLine line(kHelp);
     for (const auto add :
-         {AddVersionSnAndProbe, AddInfo, AddCaptureAndEnroll, AddMatch,
+         {AddVersionSnAndProbe, AddInfo, AddCapture, AddEnroll, AddMatch,
           AddInspect, AddGallery, AddIdentifyAndVerify, AddLog, AddExplain,
           AddBind, AddDoctor}) {
       add(&line);

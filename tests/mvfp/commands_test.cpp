@@ -13,6 +13,9 @@ struct Situation {
 };
 void PrintTo(const Situation& s, std::ostream* out) { *out << s.line; }
 
+// A press that is over when the tool looks whether the finger was lifted.
+#define PRESS(finger) "press " finger "; hold capture; wait-for probe; "
+
 const Situation kSituations[] = {
     {"Version", "", "mvfp version", 0, "v2.15", ""},
     {"SerialNumber", "", "mvfp sn", 0, "CX1206A0001900004711000042240315", ""},
@@ -93,10 +96,54 @@ const Situation kSituations[] = {
      "added 1 record\nT1\tr1\tscore 100, level 5\nT2\tr1\tscore 100, level 5\n"
      "no match: nobody scores more than 36, level 3\nremoved 1 record\n600",
      ""},
+    {"EnrolsAFingerOnce",
+     PRESS("1") PRESS("1") PRESS("1") PRESS("1") PRESS("1") "press 1",
+     "export MVFP_GALLERY=/proc/g; enroll() { mvfp enroll -g /tmp/g --finger f "
+     "--receipt /tmp/r --id $1 2>&1 | grep -v wrote; }; enroll T1; "
+     "grep -c $(mvfp gallery show T1 -g /tmp/g | sed -n 's/.*256 *//p') /tmp/r;"
+     "stat -c %a /tmp/r; enroll T2; mvfp gallery list -g /tmp/g | wc -l",
+     0,
+     "added T1, f\n1\n600\nmvfp: this finger is enrolled already, as T1, f: "
+     "score 100, level 5\nmvfp: nothing was kept; if it is another person's "
+     "after all, enrol again with --allow-duplicate\n1",
+     ""},
+    {"CheckFails", PRESS("1") PRESS("1") PRESS("1") "press 2",
+     "mvfp enroll --check -o /tmp/t || [ $? = 1 -a ! -e /tmp/t ]", 0, "",
+     "passes no level; level 3 is wanted"},
+    {"NeverLifted", "press 1 1",
+     "mvfp enroll --check --receipt /tmp/r >/dev/null 2>&1; "
+     "grep -c 'was not lifted' /tmp/r",
+     0, "3", ""},
     {"BadLineImportsNothing", "",
      "printf 'a\\tb\\tEgAA\\na\\tb\\tEg\\n' >/tmp/1; "
      "mvfp gallery import /tmp/1 -g /tmp/g || ls /tmp/g",
      2, "", "line 2: ends after 0 bytes, within its head of 3\nmvfp: nothing"},
+    {"KilledWriterIsUndone", "",
+     "export MVFP_GALLERY=/tmp/g; mvfp gallery add EgAA --id a --finger b; "
+     "python3 -c 'import os, sqlite3\n"
+     "to = sqlite3.connect(\"/tmp/g\")\nto.execute(\"pragma cache_size=1\")\n"
+     "rows = [(\"x\", \"y\", 9000 * b\"z\", \"\")] * 9\n"
+     "to.executemany(\"insert into fingers values(null,?,?,?,?)\", rows)\n"
+     "os._exit(0)'; ls /tmp/g*; mvfp gallery list | cut -f 1,2",
+     0, "added a, b\n/tmp/g\n/tmp/g-journal\na\tb", ""},
+    // Four impressions of five fingers, the last one under a sixth id.
+    {"RatesOfTheGallery", "",
+     "export MVFP_GALLERY=/tmp/g; python3 -c 'import base64\n"
+     "for row in open(\"" MV_CHECKOUT_DIR "/packaging/fingers.tsv\"):\n"
+     "  if row[0] == \"#\": continue\n"
+     "  _, finger, number, record = row.split()\n"
+     "  if finger + number == \"54\": finger = \"6\"\n"
+     "  text = base64.b64encode(bytes.fromhex(record)).decode()\n"
+     "  print(finger, \"f\", text, sep=\"\\t\")' | mvfp gallery import -; "
+     "mvfp gallery calibrate --picture /tmp/r.svg | grep -E 'trials|^ +3 '; "
+     "grep -cE 'M (362.4|362.39|395.2|395.19|469)[0-9]* 110 L ' /tmp/r.svg",
+     0,
+     "added 20 records\nFalse matches, records of different ids: 163 trials\n"
+     "    3           36         3       1.84     0.628 to 5.27      1 of 15\n"
+     "False non-matches, records of one finger: 27 trials\n"
+     "    3           36         0          0         0 to 12.5      0 of 5\n"
+     "3",
+     "drew /tmp/r.svg"},
     {"MeaningByNames", "", "mvfp explain FG_ERR_BUSY commcall | head -n 1", 0,
      "-14 FG_ERR_BUSY", ""},
     {"PageOfTheDocumentation", "",
@@ -144,6 +191,8 @@ TEST_F(Tool, WhatIsWrongIsNamedWithItsPlace) {
       {"capture -o /tmp/a/1", 2, "cannot write /tmp/a/1: No such file"},
       {"bind 5 -p ttyX", 2, "ttyX is no serial port"},
       {"doctor -p null", 1, ""},
+      {"enroll --finger f --id ''", 2, "--id: is empty"},
+      {"gallery list -g ''", 2, "--gallery: names no file"},
       {"capture -t 0", 2, "--timeout: Value 0 not in"},
       {"version --box Z", 2, "--box: Z not in"},
       {"match -l 6 E E", 2, "--level: Value 6 not"},

@@ -66,6 +66,19 @@ TEST_F(Tool, ATerminalShowsWhatIsAwaited) {
   EXPECT_EQ(0, Wait(tool).exit_code);
 }
 
+TEST_F(Tool, LongWorkShowsHowFarItIsAndIsEndedWhole) {
+  const support::Pty terminal;
+  const pid_t tool = Start(
+      "mkfifo /tmp/lines; while printf 'a\\tb\\tEgAA\\n'; do :; done "
+      ">/tmp/lines & exec mvfp gallery import /tmp/lines -g /tmp/g 2>/dev/" +
+      terminal.Name());
+  AwaitText(terminal, "mvfp: reading lines: ");
+  kill(tool, SIGINT);
+  EXPECT_EQ(-SIGINT, Wait(tool).exit_code);
+  AwaitText(terminal, "\r\033[Kmvfp: interrupted; nothing was changed");
+  EXPECT_NE(0, access("/tmp/g", F_OK));
+}
+
 TEST_F(Tool, LogFollowGoesOnWithAnotherLogAndTheNextDays) {
   // Into a time zone where midnight is near.
   const std::string ahead =

@@ -36,4 +36,12 @@ void* FindInDriver(const char* name) {
   return found;
 }
 
+std::string DriverVersion() {
+  Dl_info file{};
+  std::error_code error;
+  if (dladdr(FindInDriver("FG_GetDevVersion"), &file) == 0) return kDriverFile;
+  const auto path = std::filesystem::canonical(file.dli_fname, error);
+  return error ? kDriverFile : path.filename().string();
+}
+
 }  // namespace corvex::mvfp

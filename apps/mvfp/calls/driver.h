@@ -4,6 +4,8 @@
 #ifndef APPS_MVFP_CALLS_DRIVER_H_
 #define APPS_MVFP_CALLS_DRIVER_H_
 
+#include <string>
+
 namespace corvex::mvfp {
 
 constexpr char kDriverFile[] = MVFP_DRIVER_FILE;
@@ -17,6 +19,9 @@ struct DriverCall {
 
 // Throws a Failure when the driver, or this name in it, is missing.
 void* FindInDriver(const char* name);
+
+// The name of the file that was loaded, which ends in its version.
+std::string DriverVersion();
 
 template <typename Function>
 DriverCall<Function> CallNamed(const char* name) {

@@ -1,13 +1,13 @@
-// capture and enroll: waiting for presses.
+// capture, and every wait for presses.
 #include "commands/capture.h"
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <regex>
+#include <utility>
 
 #include "calls/day_log.h"
 #include "calls/driver.h"
@@ -27,40 +27,12 @@ Examples:
   mvfp capture --port ttyUSB0 --timeout 5 -o door.feature
   mvfp capture --port ttyUSB0 | mvfp match anna.template -
 )"};
-constexpr Help kEnroll = {
-    "enroll", "Wait for three presses and print their template",
-    R"(Press the same finger three times and lift it between; the reader beeps for
-each press it took. On a terminal the seconds left are shown, and while the
-day's log is on (mvfp log on) also which press is due: nothing else tells.
-With --guided a window on the screen names the press that is due, and closing
-it gives the enrolment up; where no window can be shown, the enrolment goes on
-without one. The template is one line of Base64.
-
-Examples:
-  mvfp enroll --port ttyUSB0 -o anna.template
-  mvfp enroll --port ttyUSB0 -o anna.template --guided
-  mvfp enroll --port ttyUSB0 --json
-)"};
 
 struct Options : PressOptions {
-  std::string output;  // file for the text; "" is standard output
-  bool guided = false;
+  std::string output;
 };
 
 constexpr char kOtherFile[] = "name another file with --output";
-
-// Asked before anybody presses a finger.
-void CheckWritable(const std::filesystem::path& path) {
-  std::error_code error;
-  const auto directory = "." / path.parent_path();
-  const bool exists = std::filesystem::exists(path, error);
-  if (std::filesystem::is_directory(path, error)) {
-    errno = EISDIR;
-  } else if (access((exists ? path : directory).c_str(), W_OK) == 0) {
-    return;
-  }
-  throw SystemFailure("write", path, kOtherFile, kExitUsage);
-}
 
 // Tells the person at the reader what is awaited, on a terminal only.
 //
@@ -70,8 +42,9 @@ void CheckWritable(const std::filesystem::path& path) {
 // would go on for everybody and all day.
 class Progress {
  public:
-  Progress(int presses, int timeout_s)
-      : presses_(presses), timeout_s_(timeout_s) {}
+  // `prompt` is for a call that awaits one thing.
+  Progress(int presses, int timeout_s, std::string prompt)
+      : presses_(presses), timeout_s_(timeout_s), prompt_(std::move(prompt)) {}
   ~Progress() {
     if (visible_) fputs(kClearLine, stderr);
   }
@@ -101,7 +74,7 @@ class Progress {
   }
 
   std::string Prompt() const {
-    if (presses_ == 1) return "press the finger on the sensor";
+    if (presses_ == 1) return prompt_;
     if (log_.OpenPath().empty()) {
       return "press three times, lift between; a beep takes each";
     }
@@ -113,27 +86,16 @@ class Progress {
   const bool visible_ = isatty(STDERR_FILENO) != 0;
   const int presses_;
   const int timeout_s_;
+  const std::string prompt_;
   LogFollower log_{false};
   int taken_ = 0;
 };
 
-int Deliver(const Report& report, const Options& options, const char* field,
-            const std::string& text) {
-  Json fields = {{field, text}};
-  if (options.output.empty()) return report.Result(fields, text + "\n");
-  if (!WriteText(options.output, text + "\n", kOwnersAlone)) {
-    throw SystemFailure("write", options.output,
-                        std::string(kOtherFile) + ", and press again");
-  }
-  Say("wrote " + options.output);
-  fields["file"] = options.output;
-  return report.Result(fields, "");
-}
-
 std::string Wait(const PressOptions& options,
-                 const DriverCall<decltype(FG_GetFeature)>& call, int presses) {
+                 const DriverCall<decltype(FG_GetFeature)>& call, int presses,
+                 const std::string& prompt) {
   const Reply reply = [&] {
-    Progress progress(presses, options.timeout_s);
+    Progress progress(presses, options.timeout_s, prompt);
     return RunDeviceCall(
         call.name, options,
         [&](const char* port, const char* box, Reply* to) {
@@ -151,35 +113,35 @@ std::string Wait(const PressOptions& options,
                 "clean the sensor and press again", kExitNoPress};
 }
 
-int Take(const Report& report, const Options& options,
-         const DriverCall<decltype(FG_GetFeature)>& call, int presses,
-         const char* field) {
-  if (!options.output.empty()) CheckWritable(options.output);
-  const std::string text = Wait(options, call, presses);
-  // The window cannot know.
-  if (options.guided) Say("the three presses agree; the template is made");
-  return Deliver(report, options, field, text);
-}
-
 int Capture(const Report& report, const Options& options) {
-  return Take(report, options, MVFP_DRIVER_CALL(FG_GetFeature), 1, "feature");
-}
-
-int Enroll(const Report& report, const Options& options) {
-  return Take(report, options,
-              options.guided ? MVFP_DRIVER_CALL(FG_TipsGetTemplate)
-                             : MVFP_DRIVER_CALL(FG_GetTemplate),
-              3, "template");
-}
-
-void AddOutputOption(const Command<Options>& command) {
-  command.app
-      ->add_option("-o,--output", command.options->output,
-                   "Write the text to a file instead")
-      ->type_name("FILE");
+  CheckOutput(options.output);
+  const std::string text = CaptureFeature(options);
+  Json fields = {{"feature", text}};
+  if (options.output.empty()) return report.Result(fields, text + "\n");
+  WriteOutput(options.output, text);
+  fields["file"] = options.output;
+  return report.Result(fields, "");
 }
 
 }  // namespace
+
+void AddOutputOption(CLI::App* command, std::string* output) {
+  command
+      ->add_option("-o,--output", *output, "Write the text to a file instead")
+      ->type_name("FILE");
+}
+
+void CheckOutput(const std::string& output) {
+  if (!output.empty()) CheckWritable(output, kOtherFile);
+}
+
+void WriteOutput(const std::string& output, const std::string& text) {
+  if (!WriteText(output, text + "\n", kOwnersAlone)) {
+    throw SystemFailure("write", output,
+                        std::string(kOtherFile) + ", and press again");
+  }
+  Say("wrote " + output);
+}
 
 void AddPressOptions(CLI::App* command, int timeout_s, PressOptions* options) {
   constexpr int kLongest = 86400;
@@ -193,19 +155,43 @@ void AddPressOptions(CLI::App* command, int timeout_s, PressOptions* options) {
       ->type_name("SECONDS");
 }
 
-std::string CaptureFeature(const PressOptions& options) {
-  return Wait(options, MVFP_DRIVER_CALL(FG_GetFeature), 1);
+std::string CaptureFeature(const PressOptions& options,
+                           const std::string& prompt) {
+  return Wait(options, MVFP_DRIVER_CALL(FG_GetFeature), 1, prompt);
 }
 
-void AddCaptureAndEnroll(CommandLine* line) {
-  const auto capture = line->Add(kCapture, Capture);
-  AddPressOptions(capture.app, 20, capture.options);
-  AddOutputOption(capture);
-  const auto enroll = line->Add(kEnroll, Enroll);
-  AddPressOptions(enroll.app, 60, enroll.options);
-  AddOutputOption(enroll);
-  enroll.app->add_flag("--guided", enroll.options->guided,
-                       "Guide the user with the prompt window");
+std::string CaptureTemplate(const PressOptions& options, bool guided) {
+  return Wait(options,
+              guided ? MVFP_DRIVER_CALL(FG_TipsGetTemplate)
+                     : MVFP_DRIVER_CALL(FG_GetTemplate),
+              3, "");
+}
+
+bool AwaitLift(const PressOptions& options) {
+  constexpr int kPatienceS = 3;
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::seconds(kPatienceS);
+  const auto probe = MVFP_DRIVER_CALL(FG_CheckPressed);
+  Progress progress(1, options.timeout_s, "lift the finger");
+  while (Clock::now() < end) {
+    const Reply reply = RunDeviceCall(
+        probe.name, options,
+        [&](const char* port, const char* box, Reply* /*reply*/) {
+          return probe.run(port, box, FG_LINK_SPEED);
+        },
+        [&](pid_t worker, long elapsed_ms) {
+          progress.Update(worker, elapsed_ms);
+        });
+    if (reply.rc == FG_ERR_NO_FINGER) return true;
+    if (reply.rc != FG_OK) throw CallFailure(probe.name, reply, options);
+  }
+  return false;
+}
+
+void AddCapture(CommandLine* line) {
+  const auto [app, options] = line->Add(kCapture, Capture);
+  AddPressOptions(app, 20, options);
+  AddOutputOption(app, &options->output);
 }
 
 }  // namespace corvex::mvfp

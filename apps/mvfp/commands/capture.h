@@ -1,4 +1,4 @@
-// Waiting for a press, for the commands that need one.
+// Waiting for presses, for the commands that need some.
 #ifndef APPS_MVFP_COMMANDS_CAPTURE_H_
 #define APPS_MVFP_COMMANDS_CAPTURE_H_
 
@@ -14,9 +14,23 @@ struct PressOptions : DeviceOptions {
 
 void AddPressOptions(CLI::App* command, int timeout_s, PressOptions* options);
 
-// Waits for a press, on a terminal with a line that says so. Throws a Failure
-// when none came.
-std::string CaptureFeature(const PressOptions& options);
+// Each shows on a terminal what is awaited, and throws a Failure when it does
+// not come.
+
+std::string CaptureFeature(
+    const PressOptions& options,
+    const std::string& prompt = "press the finger on the sensor");
+
+// By one call of the driver, which does not tell of the single presses.
+std::string CaptureTemplate(const PressOptions& options, bool guided);
+
+// Whether the sensor was seen empty within seconds; it need not be.
+bool AwaitLift(const PressOptions& options);
+
+// The file for the text that a command captures, else standard output.
+void AddOutputOption(CLI::App* command, std::string* output);
+void CheckOutput(const std::string& output);
+void WriteOutput(const std::string& output, const std::string& text);
 
 }  // namespace corvex::mvfp
 

@@ -8,7 +8,8 @@ namespace corvex::mvfp {
 
 void AddVersionSnAndProbe(CommandLine* line);
 void AddInfo(CommandLine* line);
-void AddCaptureAndEnroll(CommandLine* line);
+void AddCapture(CommandLine* line);
+void AddEnroll(CommandLine* line);
 void AddMatch(CommandLine* line);
 void AddInspect(CommandLine* line);
 void AddLog(CommandLine* line);

@@ -1,14 +1,19 @@
 // gallery: whose records this site knows. Touches no reader.
+#include "commands/gallery.h"
+
 #include <mv_match.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iostream>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <sstream>
 
 #include "commands/commands.h"
 #include "files.h"
 #include "gallery/gallery_file.h"
+#include "long_work.h"
+#include "records/digest.h"
 #include "records/record.h"
 
 namespace corvex::mvfp {
@@ -22,7 +27,8 @@ data directory. Only its owner may read it. mvfp identify searches it.
 Examples:
   mvfp gallery add anna.template --id T1007 --finger right-index
   mvfp gallery list
-  mvfp gallery remove T1007
+  mvfp gallery show T1007
+  mvfp gallery calibrate --picture rates.svg
   mvfp gallery export >people.tsv
 )"};
 constexpr Help kAdd = {"add", "Add a record",
@@ -36,6 +42,15 @@ constexpr Help kList = {"list", "Print who is in it, and which fingers",
                         R"(Examples:
   mvfp gallery list
   mvfp gallery list --id T1007 --json
+)"};
+constexpr Help kShow = {
+    "show", "Print what is known of a person's records",
+    R"(Each record's finger, minutiae, time of enrolment and SHA-256, which a receipt
+of mvfp enroll has too. Nothing of the print itself is shown.
+
+Examples:
+  mvfp gallery show T1007
+  mvfp gallery show T1007 --json
 )"};
 constexpr Help kRemove = {"remove", "Remove a person, or one finger",
                           R"(Examples:
@@ -65,43 +80,13 @@ struct Options {
   std::string file;  // or record
 };
 
-// Ids and fingers are printed with tabs between them, a line each.
-std::string ProblemOfName(const std::string& name) {
-  if (name.empty()) return "is empty";
-  const auto steers = [](unsigned char c) { return c < ' ' || c == 0x7F; };
-  return std::any_of(name.begin(), name.end(), steers)
-             ? "has a tab, a line's end or another control character"
-             : "";
-}
-
-// The record's bytes; `problem` says what is wrong with a text.
-std::string RecordOf(const std::string& text, std::string* problem) {
-  char bytes[MV_RECORD_BYTES];
-  char why[MV_PROBLEM_BYTES] = "";
-  const int length = mv_record_from_text(text.data(), text.size(), bytes, why);
-  *problem = why;
-  return {bytes, static_cast<size_t>(std::max(length, 0))};
-}
-
 std::string TextOf(const std::string& record) {
   char text[MV_RECORD_TEXT_BYTES] = "";
   mv_record_to_text(record.data(), record.size(), text, sizeof text);
   return text;
 }
 
-std::string Plural(size_t count) {
-  return std::to_string(count) + (count == 1 ? " record" : " records");
-}
-
 int Add(const Report& report, const Options& options) {
-  for (const auto& [what, name] :
-       {std::pair("id", options.id), std::pair("finger", options.finger)}) {
-    const std::string problem = ProblemOfName(name);
-    if (!problem.empty()) {
-      throw UsageFailure(std::string("the ") + what + " " + problem,
-                         "see: mvfp gallery add --help");
-    }
-  }
   const Record loaded = LoadRecord(options.file);
   std::string problem;
   const std::string record = RecordOf(loaded.text, &problem);
@@ -132,6 +117,30 @@ int List(const Report& report, const Options& options) {
   }
   return report.Result({{"records", records}}, text.str(),
                        records.empty() ? kExitNo : kExitOk);
+}
+
+int Show(const Report& report, const Options& options) {
+  const GalleryFile gallery(options.gallery, GalleryFile::kReads);
+  Json records = Json::array();
+  std::ostringstream text;
+  for (const GalleryEntry& entry : gallery.Entries(options.id)) {
+    const int minutiae = static_cast<uint8_t>(entry.record[2]);
+    const std::string digest = Sha256(entry.record);
+    records.push_back({{"number", entry.number},
+                       {"finger", entry.finger},
+                       {"minutiae", minutiae},
+                       {"bytes", entry.record.size()},
+                       {"added", entry.added},
+                       {"sha256", digest}});
+    text << entry.finger << "\n  number    " << entry.number << "\n  minutiae  "
+         << minutiae << ", " << entry.record.size() << " bytes\n  added     "
+         << entry.added << " UTC\n  SHA-256   " << digest << '\n';
+  }
+  if (records.empty()) {
+    throw Failure{"nobody in " + gallery.Path() + " is " + options.id,
+                  "see who is there: mvfp gallery list", kExitNo};
+  }
+  return report.Result({{"id", options.id}, {"records", records}}, text.str());
 }
 
 int Remove(const Report& report, const Options& options) {
@@ -177,18 +186,47 @@ GalleryEntry ParseLine(const std::string& line, std::string* problem) {
   return entry;
 }
 
-int Import(const Report& report, const Options& options) {
-  std::ifstream file;
-  if (options.file != "-") {
-    file.open(options.file);
-    if (!file) {
-      throw SystemFailure("read", options.file, "name another file",
-                          kExitUsage);
-    }
+// The lines of a file, or of standard input, one after the other. C's stream,
+// not C++'s: Ctrl-C ends its wait.
+class Lines {
+ public:
+  explicit Lines(const std::string& path)
+      : path_(path), file_(path == "-" ? stdin : fopen(path.c_str(), "re")) {
+    if (file_ == nullptr) Refuse();
   }
-  std::istream& lines = options.file == "-" ? std::cin : file;
+  ~Lines() {
+    if (file_ != stdin) fclose(file_);
+    free(buffer_);
+  }
+  Lines(const Lines&) = delete;
+  Lines& operator=(const Lines&) = delete;
+
+  // Without its end. False after the last one.
+  bool Next(std::string* line) {
+    const ssize_t length = getline(&buffer_, &room_, file_);
+    if (length < 0 && ferror(file_) != 0 && errno != EINTR) Refuse();
+    if (length < 0) return false;
+    line->assign(buffer_, static_cast<size_t>(length));
+    if (line->back() == '\n') line->pop_back();
+    return true;
+  }
+
+ private:
+  [[noreturn]] void Refuse() const {
+    throw SystemFailure("read", path_, "name another file", kExitUsage);
+  }
+
+  const std::string path_;
+  FILE* const file_;
+  char* buffer_ = nullptr;
+  size_t room_ = 0;
+};
+
+std::vector<GalleryEntry> ReadEntries(const std::string& path) {
+  LongWork work("reading lines:");
+  Lines lines(path);
   std::vector<GalleryEntry> entries;
-  for (std::string line; std::getline(lines, line);) {
+  for (std::string line; lines.Next(&line); work.Done(entries.size())) {
     std::string problem;
     entries.push_back(ParseLine(line, &problem));
     if (!problem.empty()) {
@@ -197,6 +235,12 @@ int Import(const Report& report, const Options& options) {
           "nothing was added; mend the line");
     }
   }
+  work.Done(entries.size());  // where the wait for a line was ended
+  return entries;
+}
+
+int Import(const Report& report, const Options& options) {
+  const std::vector<GalleryEntry> entries = ReadEntries(options.file);
   GalleryFile gallery(options.gallery, GalleryFile::kWrites);
   gallery.Add(entries);
   return report.Result({{"added", entries.size()}},
@@ -205,15 +249,41 @@ int Import(const Report& report, const Options& options) {
 
 }  // namespace
 
+// Ids and fingers are printed with tabs between them, a line each.
+std::string ProblemOfName(const std::string& name) {
+  if (name.empty()) return "is empty";
+  const auto steers = [](unsigned char c) { return c < ' ' || c == 0x7F; };
+  return std::any_of(name.begin(), name.end(), steers)
+             ? "has a tab, a line's end or another control character"
+             : "";
+}
+
+std::string RecordOf(const std::string& text, std::string* problem) {
+  char bytes[MV_RECORD_BYTES];
+  char why[MV_PROBLEM_BYTES] = "";
+  const int length = mv_record_from_text(text.data(), text.size(), bytes, why);
+  *problem = why;
+  return {bytes, static_cast<size_t>(std::max(length, 0))};
+}
+
+std::string Plural(size_t count) {
+  return std::to_string(count) + (count == 1 ? " record" : " records");
+}
+
 void AddGallery(CommandLine* line) {
   CLI::App* const group = line->AddGroup(kGallery);
   const auto add = line->Add(kAdd, Add, group);
   add.app->add_option("RECORD", add.options->file, "The record")->required();
-  add.app->add_option("--id", add.options->id, "Whose it is")->required();
+  add.app->add_option("--id", add.options->id, "Whose it is")
+      ->required()
+      ->check(ProblemOfName);
   add.app->add_option("--finger", add.options->finger, "Which finger")
-      ->required();
+      ->required()
+      ->check(ProblemOfName);
   const auto list = line->Add(kList, List, group);
   list.app->add_option("--id", list.options->id, "Only this person's");
+  const auto show = line->Add(kShow, Show, group);
+  show.app->add_option("ID", show.options->id, "Who")->required();
   const auto remove = line->Add(kRemove, Remove, group);
   remove.app->add_option("ID", remove.options->id, "Who")->required();
   remove.app->add_option("--finger", remove.options->finger,
@@ -222,9 +292,10 @@ void AddGallery(CommandLine* line) {
   const auto import = line->Add(kImport, Import, group);
   import.app->add_option("FILE", import.options->file, "What export printed")
       ->required();
-  for (const auto& command : {add, list, remove, exporting, import}) {
+  for (const auto& command : {add, list, show, remove, exporting, import}) {
     AddGalleryOption(command.app, &command.options->gallery);
   }
+  AddCalibrate(line, group);
 }
 
 }  // namespace corvex::mvfp

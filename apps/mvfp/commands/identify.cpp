@@ -1,14 +1,11 @@
 // identify and verify: whose finger is on the reader?
 #include <mv_match.h>
 
-#include <algorithm>
-#include <memory>
 #include <sstream>
-#include <vector>
 
 #include "commands/capture.h"
 #include "commands/commands.h"
-#include "gallery/gallery_file.h"
+#include "gallery/searchable.h"
 #include "records/record.h"
 
 namespace corvex::mvfp {
@@ -42,69 +39,11 @@ struct Options : PressOptions {
   size_t best = 1;
 };
 
-struct FreeGallery {
-  void operator()(mv_gallery* gallery) const { mv_gallery_free(gallery); }
-};
-using Gallery = std::unique_ptr<mv_gallery, FreeGallery>;
-
-Failure SearchFailure(int64_t code) {
-  return Failure{mv_error_text(static_cast<int>(code)),
-                 "look at the record: mvfp inspect RECORD"};
-}
-
-// Ids are texts, those of the search are numbers: the first entry of each.
-std::vector<int64_t> NumbersOf(const std::vector<GalleryEntry>& entries) {
-  std::vector<int64_t> numbers;
-  for (size_t i = 0; i < entries.size(); ++i) {
-    const bool same = i > 0 && entries[i].id == entries[i - 1].id;
-    numbers.push_back(same ? numbers.back() : static_cast<int64_t>(i));
-  }
-  return numbers;
-}
-
-Gallery Load(const std::vector<GalleryEntry>& entries) {
-  Gallery gallery(mv_gallery_new());
-  const std::vector<int64_t> numbers = NumbersOf(entries);
-  for (size_t i = 0; i < entries.size(); ++i) {
-    const std::string& record = entries[i].record;
-    const int code =
-        gallery == nullptr
-            ? int{MV_ERR_MEMORY}
-            : mv_gallery_add(gallery.get(), numbers[i], static_cast<int>(i),
-                             record.data(), record.size());
-    if (code != MV_OK) {
-      throw Failure{"record " + std::to_string(entries[i].number) +
-                        " of the gallery, " + entries[i].id + ": " +
-                        mv_error_text(code),
-                    "remove it: mvfp gallery remove " + entries[i].id};
-    }
-  }
-  return gallery;
-}
-
-std::vector<mv_hit> Search(const std::vector<GalleryEntry>& entries,
-                           const std::string& text, const Options& options) {
-  uint8_t probe[MV_RECORD_BYTES];
-  const int length =
-      mv_record_from_text(text.data(), text.size(), probe, nullptr);
-  if (length < 0) throw SearchFailure(length);
-  const Gallery gallery = Load(entries);
-  mv_search_options wanted = {};
-  wanted.level = options.level;
-  std::vector<mv_hit> hits(options.best);
-  const int64_t found =
-      mv_gallery_search(gallery.get(), probe, static_cast<size_t>(length),
-                        &wanted, hits.data(), hits.size());
-  if (found < 0) throw SearchFailure(found);
-  hits.resize(static_cast<size_t>(found));
-  return hits;
-}
-
 int Identify(const Report& report, const Options& options) {
   const GalleryFile file(options.gallery, GalleryFile::kReads);
   // Before anybody presses a finger.
-  const std::vector<GalleryEntry> entries = file.Entries(options.id);
-  if (entries.empty()) {
+  const Searchable gallery(file, options.id);
+  if (gallery.Count() == 0) {
     throw UsageFailure(
         options.id.empty() ? "the gallery " + file.Path() + " is empty"
                            : "nobody in " + file.Path() + " is " + options.id,
@@ -115,15 +54,13 @@ int Identify(const Report& report, const Options& options) {
                                 : LoadRecord(options.record).text;
   Json found = Json::array();
   std::ostringstream text;
-  for (const mv_hit& hit : Search(entries, probe, options)) {
-    const GalleryEntry& entry = entries[static_cast<size_t>(hit.finger)];
-    const int level = mv_level(hit.score);
-    found.push_back({{"id", entry.id},
-                     {"finger", entry.finger},
+  for (const Hit& hit : gallery.Search(probe, options.level, options.best)) {
+    found.push_back({{"id", hit.id},
+                     {"finger", hit.finger},
                      {"score", hit.score},
-                     {"level", level}});
-    text << entry.id << '\t' << entry.finger << "\tscore " << hit.score
-         << ", level " << level << '\n';
+                     {"level", hit.level}});
+    text << hit.id << '\t' << hit.finger << "\tscore " << hit.score
+         << ", level " << hit.level << '\n';
   }
   const bool nobody = found.empty();
   if (nobody) {
@@ -131,7 +68,7 @@ int Identify(const Report& report, const Options& options) {
          << ", level " << options.level << '\n';
   }
   return report.Result(
-      {{"match", !nobody}, {"hits", found}, {"compared", entries.size()}},
+      {{"match", !nobody}, {"hits", found}, {"compared", gallery.Count()}},
       text.str(), nobody ? kExitNo : kExitOk);
 }
 

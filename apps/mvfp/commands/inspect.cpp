@@ -87,10 +87,7 @@ void Draw(const Record& record, const std::string& picture) {
 
 int Inspect(const Report& report, const Options& options) {
   const std::string& picture = options.picture;
-  if (!picture.empty() && FormatOf(picture) == PictureFormat::kNone) {
-    throw UsageFailure("cannot tell the format of the picture " + picture,
-                       "let its name end in .svg or .png");
-  }
+  if (!picture.empty()) CheckPictureName(picture);
   const Record record = LoadRecord(options.record);
   for (const Finding& finding : record.findings) {
     Say((finding.fatal ? "malformed: " : "note: ") + finding.where + ": " +

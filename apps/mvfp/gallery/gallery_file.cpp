@@ -1,14 +1,17 @@
 #include "gallery/gallery_file.h"
 
 #include <fcntl.h>
+#include <mv_match.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <utility>
 
 #include "files.h"
+#include "long_work.h"
 #include "report.h"
 
 namespace corvex::mvfp {
@@ -46,6 +49,13 @@ std::string PathOf(const std::string& given) {
   return usual != nullptr && *usual != '\0' ? usual : DefaultPath();
 }
 
+void BindTexts(sqlite3_stmt* statement, const std::vector<std::string>& texts) {
+  for (size_t i = 0; i < texts.size(); ++i) {
+    sqlite3_bind_text(statement, static_cast<int>(i + 1), texts[i].data(),
+                      static_cast<int>(texts[i].size()), SQLITE_TRANSIENT);
+  }
+}
+
 std::string Column(sqlite3_stmt* row, int column) {
   const void* const bytes = sqlite3_column_blob(row, column);
   const auto size = static_cast<size_t>(sqlite3_column_bytes(row, column));
@@ -54,11 +64,14 @@ std::string Column(sqlite3_stmt* row, int column) {
 
 }  // namespace
 
-void AddGalleryOption(CLI::App* command, std::string* path) {
-  command
+CLI::Option* AddGalleryOption(CLI::App* command, std::string* path) {
+  return command
       ->add_option("-g,--gallery", *path,
                    "The gallery's file [MVFP_GALLERY, else in your data "
                    "directory]")
+      ->check([](const std::string& given) {
+        return std::string(given.empty() ? "names no file" : "");
+      })
       ->type_name("FILE");
 }
 
@@ -78,16 +91,16 @@ GalleryFile::GalleryFile(const std::string& given_path, Access access)
         "mvfp gallery add makes one; or " + std::string(kOtherFile),
         kExitUsage);
   }
-  Open(access);
+  Open();
   MakeOrCheckSchema(access);
 }
 
-void GalleryFile::Open(Access access) {
+// Where the system allows it a reader may write too: the first one that comes
+// after a killed writer takes back what that had begun.
+void GalleryFile::Open() {
   sqlite3* database = nullptr;
-  const int code = sqlite3_open_v2(
-      path_.c_str(), &database,
-      access == kWrites ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY,
-      nullptr);
+  const int code =
+      sqlite3_open_v2(path_.c_str(), &database, SQLITE_OPEN_READWRITE, nullptr);
   database_.reset(database);
   if (code != SQLITE_OK) Refuse(sqlite3_errstr(code));
   sqlite3_busy_timeout(database, kPatienceMs);
@@ -110,30 +123,64 @@ void GalleryFile::MakeOrCheckSchema(Access access) {
   if (access == kWrites) Run("COMMIT");
 }
 
-std::vector<GalleryEntry> GalleryFile::Entries(const std::string& id) const {
+void GalleryFile::ForEach(
+    const std::string& id,
+    const std::function<void(GalleryEntry entry)>& take) const {
+  LongWork work("reading the gallery", Count(id));
   const Statement rows = Prepare(
       "SELECT number, id, finger, record, added FROM fingers "
       "WHERE ?1 IN ('', id) ORDER BY id, finger, number",
       {id});
-  std::vector<GalleryEntry> entries;
-  while (Step(rows.get())) {
-    entries.push_back({sqlite3_column_int64(rows.get(), 0),
-                       Column(rows.get(), 1), Column(rows.get(), 2),
-                       Column(rows.get(), 3), Column(rows.get(), 4)});
+  for (size_t done = 0; Step(rows.get()); work.Done(++done)) {
+    GalleryEntry entry = {sqlite3_column_int64(rows.get(), 0),
+                          Column(rows.get(), 1), Column(rows.get(), 2),
+                          Column(rows.get(), 3), Column(rows.get(), 4)};
+    CheckRecord(entry);
+    take(std::move(entry));
   }
+}
+
+std::vector<GalleryEntry> GalleryFile::Entries(const std::string& id) const {
+  std::vector<GalleryEntry> entries;
+  ForEach(id, [&](GalleryEntry entry) { entries.push_back(std::move(entry)); });
   return entries;
 }
 
+size_t GalleryFile::Count(const std::string& id) const {
+  const Statement count =
+      Prepare("SELECT count(*) FROM fingers WHERE ?1 IN ('', id)", {id});
+  Step(count.get());
+  return static_cast<size_t>(sqlite3_column_int64(count.get(), 0));
+}
+
+// Other programs may write into the file.
+void GalleryFile::CheckRecord(const GalleryEntry& entry) const {
+  char problem[MV_PROBLEM_BYTES] = "";
+  const int code =
+      mv_check_record(entry.record.data(), entry.record.size(), problem);
+  if (code == MV_OK) return;
+  throw Failure{"the gallery " + path_ + ": record " +
+                    std::to_string(entry.number) + ", of " + entry.id + ", " +
+                    problem,
+                "remove it: mvfp gallery remove " + entry.id + " --finger " +
+                    entry.finger};
+}
+
 void GalleryFile::Add(const std::vector<GalleryEntry>& entries) {
+  LongWork work("adding", entries.size());
   Run("BEGIN IMMEDIATE");  // closing the file without a COMMIT takes it back
+  const Statement insert = Prepare(
+      "INSERT INTO fingers (id, finger, record, added) "
+      "VALUES (?1, ?2, ?3, datetime('now'))",
+      {});
+  size_t done = 0;
   for (const GalleryEntry& entry : entries) {
-    const Statement insert = Prepare(
-        "INSERT INTO fingers (id, finger, record, added) "
-        "VALUES (?1, ?2, ?3, datetime('now'))",
-        {entry.id, entry.finger});
+    BindTexts(insert.get(), {entry.id, entry.finger});
     sqlite3_bind_blob(insert.get(), 3, entry.record.data(),
                       static_cast<int>(entry.record.size()), SQLITE_TRANSIENT);
     Step(insert.get());
+    sqlite3_reset(insert.get());
+    work.Done(++done);
   }
   Run("COMMIT");
 }
@@ -152,12 +199,8 @@ GalleryFile::Statement GalleryFile::Prepare(
       SQLITE_OK) {
     Refuse(sqlite3_errmsg(database_.get()));
   }
-  Statement statement(made);
-  for (size_t i = 0; i < texts.size(); ++i) {
-    sqlite3_bind_text(made, static_cast<int>(i + 1), texts[i].data(),
-                      static_cast<int>(texts[i].size()), SQLITE_TRANSIENT);
-  }
-  return statement;
+  BindTexts(made, texts);
+  return Statement(made);
 }
 
 // Whether there is a row.

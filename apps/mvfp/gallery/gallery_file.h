@@ -23,7 +23,7 @@ struct GalleryEntry {
 };
 
 // --gallery, else MVFP_GALLERY, else a file in the user's data directory.
-void AddGalleryOption(CLI::App* command, std::string* path);
+CLI::Option* AddGalleryOption(CLI::App* command, std::string* path);
 
 // Every failure throws a Failure that names the file, and changes nothing.
 class GalleryFile {
@@ -35,7 +35,10 @@ class GalleryFile {
 
   const std::string& Path() const { return path_; }
 
-  // In the order of ids and fingers; all when `id` is empty.
+  // In the order of ids, fingers and numbers; all when `id` is empty. Every
+  // record is one that can be compared.
+  void ForEach(const std::string& id,
+               const std::function<void(GalleryEntry entry)>& take) const;
   std::vector<GalleryEntry> Entries(const std::string& id = "") const;
 
   void Add(const std::vector<GalleryEntry>& entries);  // all or none
@@ -54,10 +57,12 @@ class GalleryFile {
   };
   using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
 
-  void Open(Access access);
+  void Open();
   void MakeOrCheckSchema(Access access);
   Statement Prepare(const char* sql,
                     const std::vector<std::string>& texts) const;
+  size_t Count(const std::string& id) const;
+  void CheckRecord(const GalleryEntry& entry) const;
   bool Step(sqlite3_stmt* statement) const;
   void Run(const char* sql) const { Step(Prepare(sql, {}).get()); }
   [[noreturn]] void Refuse(const std::string& why) const;

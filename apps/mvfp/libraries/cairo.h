@@ -22,6 +22,9 @@ MVFP_LIBRARY_FUNCTION(kCairo, cairo_line_to);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_move_to);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_new_sub_path);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_rectangle);
+MVFP_LIBRARY_FUNCTION(kCairo, cairo_restore);
+MVFP_LIBRARY_FUNCTION(kCairo, cairo_rotate);
+MVFP_LIBRARY_FUNCTION(kCairo, cairo_save);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_select_font_face);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_set_font_size);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_set_line_cap);
@@ -37,6 +40,7 @@ MVFP_LIBRARY_FUNCTION(kCairo, cairo_surface_write_to_png_stream);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_svg_surface_create_for_stream);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_text_extents);
 MVFP_LIBRARY_FUNCTION(kCairo, cairo_text_path);
+MVFP_LIBRARY_FUNCTION(kCairo, cairo_translate);
 
 }  // namespace corvex::mvfp
 

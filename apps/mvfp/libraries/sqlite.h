@@ -25,6 +25,7 @@ MVFP_LIBRARY_FUNCTION(kSqlite, sqlite3_errstr);
 MVFP_LIBRARY_FUNCTION(kSqlite, sqlite3_finalize);
 MVFP_LIBRARY_FUNCTION(kSqlite, sqlite3_open_v2);
 MVFP_LIBRARY_FUNCTION(kSqlite, sqlite3_prepare_v2);
+MVFP_LIBRARY_FUNCTION(kSqlite, sqlite3_reset);
 MVFP_LIBRARY_FUNCTION(kSqlite, sqlite3_step);
 
 }  // namespace corvex::mvfp

@@ -4,14 +4,10 @@
 
 #include <string>
 
+#include "picture/page.h"
 #include "records/record.h"
 
 namespace corvex::mvfp {
-
-enum class PictureFormat { kNone, kSvg, kPng };
-
-// By the end of the name; kNone for any other end.
-PictureFormat FormatOf(const std::string& path);
 
 // The file of a picture with the minutiae, their direction, kind and weight,
 // and a legend.

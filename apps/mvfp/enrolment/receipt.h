@@ -1,0 +1,40 @@
+// What came of an enrolment, and the account of it that a site may keep: no
+// value of the print is in it.
+#ifndef APPS_MVFP_ENROLMENT_RECEIPT_H_
+#define APPS_MVFP_ENROLMENT_RECEIPT_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "enrolment/presses.h"
+#include "gallery/searchable.h"
+#include "report.h"
+
+namespace corvex::mvfp {
+
+// One more press, compared with the template.
+struct HeldOut {
+  Press press;
+  int score;
+  int level;  // the highest that it passes
+};
+
+struct Enrolment {
+  std::string text;                // the template
+  std::optional<Presses> presses;  // unless the driver took them
+  std::optional<HeldOut> check;
+  std::optional<Hit> twin;  // the same finger under another id
+  std::vector<std::string> warnings;
+  Json stored = nullptr;  // where in a gallery
+  std::string outcome;    // "kept", or why it was not
+};
+
+// The reader's version and serial number, null where it does not tell.
+Json AskReader(const DeviceOptions& options);
+
+Json ReceiptOf(const Enrolment& enrolment, const Json& reader);
+
+}  // namespace corvex::mvfp
+
+#endif  // APPS_MVFP_ENROLMENT_RECEIPT_H_
