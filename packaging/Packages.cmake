@@ -117,7 +117,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/mv_fpi
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/METADATA
   DESTINATION lib/python3/dist-packages/mv_fpi-${PROJECT_VERSION}.dist-info
   COMPONENT python EXCLUDE_FROM_ALL)
-install(FILES ${debian}/70-mv-fpi.rules
+install(FILES ${debian}/72-mv-fpi.rules
   DESTINATION lib/udev/rules.d COMPONENT runtime)
 install(FILES ${debian}/mv-fpi.conf
   DESTINATION lib/tmpfiles.d COMPONENT runtime)
