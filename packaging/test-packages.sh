@@ -217,7 +217,7 @@ check_use() {
   check_host /root/hosts/build/host
   inside /root/hosts/build/prompt >/dev/null || fail "the prompt program"
   inside mvfp --version
-  inside mvfp doctor --port "$port" || fail "the doctor finds a fault"
+  inside mvfp doctor --ask --port "$port" || fail "the doctor finds a fault"
   check_guided_enrolment
   check_python
 }
