@@ -72,7 +72,8 @@ void AskOnce(const std::string& port, const Options& options, WaitLine* line,
              Results* results) {
   line->Show("query " + std::to_string(results->asked + 1) + " of " +
              std::to_string(options.count) + ", " +
-             std::to_string(results->asked - results->times_ms.size()) +
+             std::to_string(results->asked -
+                            static_cast<int>(results->times_ms.size())) +
              " failed");
   const Reply reply =
       AskVersion(port, options, [](pid_t /*worker*/, long /*ms*/) {});
