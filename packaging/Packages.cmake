@@ -161,7 +161,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/python/README.md
   DESTINATION share/doc/mv-fpi-doc/python COMPONENT doc EXCLUDE_FROM_ALL)
 install(DIRECTORY ${CMAKE_CURRENT_LIST_DIR}/hosts/
   DESTINATION share/doc/mv-fpi-doc/examples COMPONENT doc EXCLUDE_FROM_ALL)
-install(FILES ${debian}/70-mv-fpi.rules
+install(FILES ${debian}/72-mv-fpi.rules
   DESTINATION lib/udev/rules.d COMPONENT runtime)
 install(FILES ${debian}/mv-fpi.conf
   DESTINATION lib/tmpfiles.d COMPONENT runtime)

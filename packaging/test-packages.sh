@@ -171,18 +171,21 @@ check_udev_rules() {
   mkdir -p "$usb/tty/ttyUSB99" "$root/sys/bus/usb" "$root/sys/class/tty"
   echo 1a86 >"$usb/idVendor"
   echo DEVTYPE=usb_device >"$usb/uevent"
+  echo 'SUBSYSTEM=="tty", ATTRS{idVendor}=="1a86", SYMLINK+="COM99"' \
+    >"$root/etc/udev/rules.d/71-mv-fpi-com99.rules"
   printf '%s\n' MAJOR=188 MINOR=99 DEVNAME=ttyUSB99 >"$usb/tty/ttyUSB99/uevent"
   ln -s ../../../bus/usb "$usb/subsystem"
   ln -s ../../../../../class/tty "$usb/tty/ttyUSB99/subsystem"
   event=$(inside SYSTEMD_DEVICE_VERIFY_SYSFS=0 udevadm test --action=add \
     /sys/devices/usb1/1-1/tty/ttyUSB99 2>&1)
+  rm "$root/etc/udev/rules.d/71-mv-fpi-com99.rules"
   umount "$root/sys" "$root/dev"
   for effect in "GROUP $(inside getent group dialout | cut -d : -f 3)" \
     "MODE 0660" ID_MM_PORT_IGNORE=1 ID_MM_DEVICE_IGNORE=1; do
-    grep -q "\(70-mv-fpi.rules:[0-9]* \|^\)$effect" <<<"$event" ||
+    grep -q "\(72-mv-fpi.rules:[0-9]* \|^\)$effect" <<<"$event" ||
       fail "the udev rules do not give '$effect': $(grep mv-fpi <<<"$event")"
   done
-  if grep "70-mv-fpi.rules.*\(Invalid\|Unknown\|Failed\)" <<<"$event"; then
+  if grep "72-mv-fpi.rules.*\(Invalid\|Unknown\|Failed\)" <<<"$event"; then
     fail "the udev rules are at fault"
   fi
   echo "udev: dialout, 0660, left alone by modem probers"
@@ -217,7 +220,7 @@ check_use() {
   check_host /root/hosts/build/host
   inside /root/hosts/build/prompt >/dev/null || fail "the prompt program"
   inside mvfp --version
-  inside mvfp doctor --port "$port" || fail "the doctor finds a fault"
+  inside mvfp doctor --ask --port "$port" || fail "the doctor finds a fault"
   check_guided_enrolment
   check_python
   check_web

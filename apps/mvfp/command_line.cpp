@@ -8,8 +8,8 @@ namespace corvex::mvfp {
 namespace {
 
 // Parsing stopped before it saw every option, so --json is looked for by hand.
-bool AsksForJson(int argc, char** argv) {
-  return std::find(argv, argv + argc, std::string("--json")) != argv + argc;
+bool AsksForJson(const std::vector<std::string>& words) {
+  return std::find(words.begin(), words.end(), "--json") != words.end();
 }
 
 // "mvfp log follow", as far as it was understood.
@@ -20,6 +20,72 @@ std::string PathOf(const CLI::App* app) {
     path += " " + app->get_name();
   }
   return path;
+}
+
+// The command that was meant, as far as it was understood.
+const CLI::App* LastOf(const CLI::App* app) {
+  while (!app->get_subcommands().empty()) app = app->get_subcommands().back();
+  return app;
+}
+
+// "--port, --box": what may follow, with commas.
+std::string Names(const CLI::App& app) {
+  std::string names;
+  const auto add = [&](const std::string& name) {
+    names += (names.empty() ? "" : ", ") + name;
+  };
+  for (const CLI::App* command : app.get_subcommands({})) {
+    add(command->get_name());
+  }
+  if (!names.empty()) return names;
+  for (const CLI::Option* option : app.get_options()) add(option->get_name());
+  return names;
+}
+
+// The library takes a word that is no command for one argument too many, and
+// answers --help before it looks.
+std::string UnknownCommand(const CLI::App& top,
+                           const std::vector<std::string>& words,
+                           std::string* path) {
+  const CLI::App* app = &top;
+  *path = app->get_name();
+  for (const std::string& word : words) {
+    const auto commands = app->get_subcommands({});
+    if (commands.empty()) break;
+    if (word.rfind('-', 0) == 0) continue;
+    const auto found = std::find_if(
+        commands.begin(), commands.end(),
+        [&](const CLI::App* command) { return command->get_name() == word; });
+    if (found == commands.end()) {
+      return *path + " has no command \"" + word + "\"; it has " + Names(*app);
+    }
+    app = *found;
+    *path += " " + word;
+  }
+  return "";
+}
+
+std::string WhatIsWrong(const CLI::App& top, const CLI::ParseError& error) {
+  const CLI::App* const app = LastOf(&top);
+  const std::vector<std::string> extras = top.remaining(true);
+  const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+  if (extras.empty() || code != CLI::ExitCodes::ExtrasError) {
+    return app->get_subcommands({}).empty() ? error.what() : "no command given";
+  }
+  if (extras.front().rfind('-', 0) != 0) {
+    return "one argument too many: \"" + extras.front() + "\"";
+  }
+  return "no option " + extras.front() + "; the options: " + Names(*app);
+}
+
+// "mvfp help log" asks for what "mvfp log --help" prints.
+std::vector<std::string> WordsOf(int argc, char** argv) {
+  std::vector<std::string> words(argv + 1, argv + argc);
+  if (!words.empty() && words.front() == "help") {
+    words.erase(words.begin());
+    words.emplace_back("--help");
+  }
+  return words;
 }
 
 void AddJsonFlag(CLI::App* app, bool* json) {
@@ -52,14 +118,21 @@ CLI::App* CommandLine::AddAction(CLI::App* parent, const Help& help,
 }
 
 int CommandLine::Run(int argc, char** argv) {
+  std::vector<std::string> words = WordsOf(argc, argv);
+  const auto refuse = [&](const std::string& path, const std::string& what) {
+    return Report(path.substr(path.find(' ') + 1), AsksForJson(words))
+        .Failed(UsageFailure(what, "see: " + path + " --help"));
+  };
+  std::string path;
+  const std::string unknown = UnknownCommand(app_, words, &path);
+  if (!unknown.empty()) return refuse(path, unknown);
   try {
-    app_.parse(argc, argv);
+    // The library takes them from the end.
+    app_.parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& request) {
     return app_.exit(request);
   } catch (const CLI::ParseError& error) {
-    const std::string path = PathOf(&app_);
-    return Report(path.substr(path.find(' ') + 1), AsksForJson(argc, argv))
-        .Failed(UsageFailure(error.what(), "see: " + path + " --help"));
+    return refuse(PathOf(&app_), WhatIsWrong(app_, error));
   }
   const Report report(PathOf(&app_).substr(sizeof "mvfp"), json_);
   try {

@@ -18,6 +18,7 @@ enum ExitCode {      // scripts test these: add, never renumber
   kExitUsage = 2,    // bad option, argument or file; no reader was touched
   kExitNoPress = 3,  // the presses did not come in time, or gave nothing
   kExitFailed = 4,   // anything else; standard error carries the driver's code
+  kExitCancelled = 5,  // the user closed the prompt window
 };
 
 // Thrown by whoever finds that a command cannot go on; main reports it.

@@ -32,7 +32,10 @@ complete -o default -F _{function} {name}
 """
 
 # An empty answer leaves the word to the shell, which offers files.
-PORTS = '$(cd /dev && compgen -G "tty[A-Z]*[0-9]"; compgen -G "COM[0-9]*")'
+PORTS = (
+    '$(cd /dev && for ports in "tty[A-Z]*[0-9]" "ttymxc*" "COM[0-9]*" '
+    '"serial/by-id/*"; do compgen -G "$ports"; done)'
+)
 
 
 def everything(help_):

@@ -19,7 +19,8 @@ printf '#!/bin/sh\necho "$@" >>/tmp/udev\n' >/tmp/bin/udevadm; chmod 755 /tmp/bi
 std::string RuleFor(const std::string& match) {
   return "SUBSYSTEM==\"tty\", " + match +
          ", SYMLINK+=\"COM5\", GROUP=\"dialout\", MODE=\"0660\", "
-         "ENV{ID_MM_PORT_IGNORE}=\"1\", ENV{ID_MM_DEVICE_IGNORE}=\"1\"";
+         "TAG+=\"uaccess\", ENV{ID_MM_PORT_IGNORE}=\"1\", "
+         "ENV{ID_MM_DEVICE_IGNORE}=\"1\"";
 }
 
 TEST_F(Tool, BindNamesTheAdapterAndNoOther) {

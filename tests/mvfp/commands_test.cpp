@@ -3,6 +3,8 @@
 
 namespace {
 
+#define LOCK "/tmp/cx_nrbk_drv_file_mutex.lock"
+
 struct Situation {
   const char* name;
   const char* script;  // of the virtual reader
@@ -27,8 +29,9 @@ const Situation kSituations[] = {
     {"SwitchBox", "wait-for selector; version 7 8", "mvfp version --box B", 0,
      "v7.8", ""},
     {"EnrolledFingerMatches", "press 1 1",
-     "mvfp enroll -o /tmp/1; mvfp capture | mvfp match -l 5 /tmp/1 -", 0,
-     "match: score 100, level 5 takes more than 45", "wrote /tmp/1"},
+     "mvfp enroll -o /tmp/1; fold -w 20 /tmp/1 >/tmp/2; "
+     "mvfp capture | mvfp match -l 5 /tmp/2 -",
+     0, "match: score 100, level 5 takes more than 45", "wrote /tmp/1"},
     {"OtherFingerDoesNot", "press 1 1; wait-for capture; press 2 1",
      "mvfp capture >/tmp/1; mvfp capture | mvfp match -l 1 - @/tmp/1 >/tmp/2",
      1, "", ""},
@@ -43,7 +46,8 @@ const Situation kSituations[] = {
      "umask 0; mvfp capture -o /tmp/1; "
      "mvfp inspect /tmp/1 --picture /tmp/1.svg >/dev/null; stat -c %a /tmp/1*",
      0, "600\n600", "drew /tmp/1.svg"},
-    {"Info", "", "mvfp info | tail -n 1", 0, "library        2024.11.27", ""},
+    {"Info", "", "mvfp info -p 3 | tail -n 1", 0, "library        2024.11.27",
+     ""},
     {"InfoInJsonFails", "", "mvfp info --json -p COM4", 4,
      "{\n\t\"ErrorCode\":\t\"-3\",\n"
      "\t\"ErrorMessage\":\t\"获取设备信息失败\"\n}",
@@ -56,10 +60,38 @@ const Situation kSituations[] = {
      R"j("code":-10,"message":"设备串口波特率失败")j",
      "link speed"},
     {"Refusal", "status 5 on serial", "mvfp sn", 4, "",
-     "or another call holds the reader (FG_GetDevSn -14)\nmvfp: try again; the "
-     "reason is in the day's log: mvfp log on; or try again when"},
-    {"Busy", "", "flock /tmp/cx_nrbk_drv_file_mutex.lock mvfp version", 4, "",
-     "mvfp: another call holds the reader (FG_GetDevVersion -14)\n"},
+     "mvfp: the reader refused, or the reply was not to this request "
+     "(FG_GetDevSn -14)\nmvfp: try again; the reason is in the day's log: "},
+    {"Busy", "", "flock " LOCK " mvfp version", 4, "",
+     "mvfp: another call holds the reader (FG_GetDevVersion -14)\n"
+     "mvfp: it is held by a call of flock (process "},
+    {"NoLock", "", "ln -s a " LOCK "; mvfp version --wait 9", 4, "",
+     "mvfp: no call can take the lock: " LOCK " is a link"},
+    {"WaitsForTheOtherCall", "",
+     "exec 9>" LOCK "; flock 9; while ! grep waiting /tmp/err; do :; done "
+     ">/dev/null & exec 9>&-; mvfp version --wait 60",
+     0, "v2.15", "mvfp: waiting for the reader: left over from a call"},
+    {"PortsAndWhoIsOnThem", "",
+     "ln -s COM3 /dev/ttyUSB0; mvfp ports; exec 9<>/dev/COM3; mvfp ports | "
+     "sed 's/[0-9]*)/N)/'",
+     0,
+     "ttyUSB0 is free\n  name     COM3\nttyUSB0 is in use by sh (process N)\n"
+     "  name     COM3",
+     ""},
+    {"ScanFindsTheReader", "", "ln -s COM3 /dev/ttyUSB0; mvfp scan", 0,
+     "ttyUSB0  v2.15  COM3", ""},
+    {"ScanLeavesOthersAlone", "",
+     "ln -s COM3 /dev/ttyUSB0; exec 9<>/dev/COM3; mvfp scan", 1, "",
+     "no reader on ttyUSB0: ttyUSB0 is in use by sh (process "},
+    {"LinkTest", "status 5 on version",
+     "mvfp link-test -n 2 | grep -v '^time of a call: min [0-9]* ms, '", 0,
+     "1 of 2 queries answered\n1 times: the reader refused, or the reply was "
+     "not to this request (FG_GetDevVersion -14)",
+     ""},
+    {"WindowIsClosed", "press 1 1; wait-for capture; press 1 2",
+     "printf '#!/bin/sh\nsleep 1' >/tmp/site/cx_capdlg; "
+     "chmod 755 /tmp/site/cx_capdlg; mvfp enroll --guided",
+     5, "", "the user closed the prompt window (FG_TipsGetTemplate -23)"},
     {"NobodyPresses", "", "mvfp capture -t 1", 3, "",
      "mvfp: no finger came in time (FG_GetFeature -2)\nmvfp: press firmly"},
     {"EmptyPrint", "press nothing", "mvfp capture", 3, "", "press again"},
@@ -154,9 +186,12 @@ const Situation kSituations[] = {
      "umask 077; mvfp log on; stat -c %a $LOG; echo kept >$LOG; mvfp log on; "
      "grep -cx kept $LOG; mvfp log off; ls $LOG 2>&1 | wc -l; mvfp log off",
      0,
-     "log on: LOG\n666\nlog already on: LOG\n1\nlog off: LOG\n1\n"
-     "log already off: LOG",
+     "log on: LOG\n666\nlog already on: LOG\n1\nlog off: LOG; what it "
+     "held: LOG.1\n1\nlog already off: LOG",
      ""},
+    {"LogIsAStrangers", "",
+     "echo >$LOG; chmod 0 $LOG; setpriv --bounding-set=-all mvfp log follow", 4,
+     "", "cannot read LOG: Permission denied"},
     {"LogIsALink", "",
      "ln -s a $LOG; mvfp log on || mvfp log off || mvfp log follow || "
      "ls /tmp/a $LOG 2>/dev/null",
@@ -183,7 +218,10 @@ struct Fault {
 
 TEST_F(Tool, WhatIsWrongIsNamedWithItsPlace) {
   const Fault faults[] = {
-      {"", 2, "mvfp: A subcommand is required\nmvfp: see: mvfp --help\n"},
+      {"", 2, "mvfp: no command given\nmvfp: see: mvfp --help\n"},
+      {"nonsense --help", 2, "no command \"nonsense\"; it has version, sn, "},
+      {"help log nonsense", 2, "no command \"nonsense\"; it has on, off, fo"},
+      {"sn --prot x", 2, "no option --prot; the options: --help, --json, --p"},
       {"sn -p ''", 2, "no port given\nmvfp: name it with --port or in MVFP_"},
       {"sn -p /tmp/x", 2, "\"/tmp/x\" names no port"},
       {"info -p COM03", 2, "\"COM03\" is no port COM"},
@@ -198,12 +236,13 @@ TEST_F(Tool, WhatIsWrongIsNamedWithItsPlace) {
       {"match -l 6 E E", 2, "--level: Value 6 not"},
       {"explain -3 FG_Open", 2, "no call is named \"FG_Open\"\n"},
       {"explain -3 FpMatch", 2, "failures of FG_FpMatch: -1, -8, -98\n"},
-      {"match 1200010a0a000100 EgAzAAAA", 2, "byte 2: count 51 is over 50"},
+      {"match EgAzAAAA EgAzAAAA", 1,
+       "malformed; the record given: byte 2: count 51 is over 50\nmvfp: look"},
       {"inspect x", 2, "there is no file \"x\""},
       {"inspect @x", 2, "cannot read x: No such file"},
       {"inspect /tmp", 2, "cannot read /tmp: Is a directory"},
       {"inspect EgAA --picture x.gif", 2, "let its name end in .svg or .png"},
-      {"inspect EgAA --picture /tmp/a/a.svg", 4, "cannot draw /tmp/a/a.svg: "},
+      {"inspect EgAA --picture /tmp/a/a.svg", 2, "cannot draw /tmp/a/a.svg: "},
       {"inspect 128833ff --picture /tmp/a.svg", 2, "shows no minutiae"},
       {"inspect EgAA >&-", 4, "cannot write to standard output: "},
       {"inspect - </dev/null", 1, "malformed: byte 0: there is no record"},
@@ -213,10 +252,10 @@ TEST_F(Tool, WhatIsWrongIsNamedWithItsPlace) {
       {"inspect 1200020a0a0000000a0a00ca00", 1, "1, byte 11: weight 101 is"},
       {"inspect 1200010a0a000065", 1, "auxiliary value 101 is over 100"},
       {"inspect 1200010a0a0001000", 1, "character 17: not a pair of hexa"},
-      {"inspect 1200020a0a000100", 0, "note: byte 8: the record ends here, 5 "},
-      {"inspect 1200010a0a000100ff", 0, "note: byte 8: 1 bytes too many"},
-      {"inspect 'EgABCgoA*QA='", 0, "note: character 9: not Base64"},
-      {"inspect EgABCgoAAQAA0", 0, "note: character 13: an incomplete group"},
+      {"inspect 1200020a0a000100", 1, "byte 8: the record ends here, 5 bytes"},
+      {"inspect 1200010a0a000100ff", 1, "byte 8: 1 bytes too many"},
+      {"inspect 'EgABCgoA*QA='", 1, "character 9: not Base64"},
+      {"inspect EgABCgoAAQAA0", 1, "character 13: an incomplete group"},
       {"inspect EgAA", 0, "note: text: 4 characters: too short"},
   };
   for (const Fault& fault : faults) {

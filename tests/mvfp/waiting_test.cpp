@@ -64,6 +64,11 @@ TEST_F(Tool, ATerminalShowsWhatIsAwaited) {
   AwaitText(terminal, "mvfp: lift the finger, then press 2 of 3 (");
   reader_.Run("press 1");
   EXPECT_EQ(0, Wait(tool).exit_code);
+  reader_.Run("silence on version");
+  tool = Start("TERM=xterm exec mvfp version" + to_terminal);
+  AwaitText(terminal, "mvfp: waiting for the reader (1 s)");
+  kill(tool, SIGINT);
+  EXPECT_EQ(-SIGINT, Wait(tool).exit_code);
 }
 
 TEST_F(Tool, LongWorkShowsHowFarItIsAndIsEndedWhole) {

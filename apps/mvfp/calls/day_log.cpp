@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <ctime>
 #include <filesystem>
 
@@ -31,6 +32,7 @@ void LogFollower::Open(const std::string& path, bool at_end) {
   std::error_code error;
   if (!fs::is_regular_file(fs::symlink_status(path, error))) return;
   file_ = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  open_error_ = file_ < 0 && errno != ENOENT ? errno : 0;
   if (file_ < 0) return;
   open_path_ = path;
   if (at_end) lseek(file_, 0, SEEK_END);

@@ -26,12 +26,16 @@ class LogFollower {
   // The log that is being read; "" while there is none.
   const std::string& OpenPath() const { return open_path_; }
 
+  // Why a log that is there is not read, as errno; 0 when nothing is wrong.
+  int OpenError() const { return open_error_; }
+
  private:
   void Open(const std::string& path, bool at_end);
   void Close();
   void Drain(std::vector<std::string>* lines);
 
   int file_ = -1;
+  int open_error_ = 0;
   std::string open_path_;
   std::string current_path_;
   std::string partial_;  // a line whose end is still to come

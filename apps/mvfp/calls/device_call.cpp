@@ -5,6 +5,7 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -15,8 +16,11 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <random>
 #include <system_error>
 
+#include "calls/wait_line.h"
+#include "machine/call_lock.h"
 #include "ports/port.h"
 #include "report.h"
 
@@ -27,6 +31,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr timespec kTick = {0, 200000000};
 constexpr timespec kNoTime = {0, 0};
+// Shorter waits need no line that says so.
+constexpr long kUnnoticedMs = 1000;
 // A worker that ends in any other way has crashed.
 constexpr int kDone = 3;
 
@@ -110,15 +116,34 @@ std::shared_ptr<Reply> SharedReply() {
           [](Reply* reply) { munmap(reply, sizeof *reply); }};
 }
 
+// How often this process gave the processor up, as one that pauses does.
+long Pauses() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_nvcsw;
+}
+
+// No call talks to the reader before its first pause of 250 ms is over. A busy
+// machine may make any call longer than that, but never makes one pause.
+void RunTimed(const std::function<int()>& work, Reply* reply) {
+  constexpr long kFirstPauseMs = 250;
+  const long pauses = Pauses();
+  const auto start = Clock::now();
+  reply->rc = work();
+  const std::chrono::duration<double, std::milli> time = Clock::now() - start;
+  reply->elapsed_ms = static_cast<long>(time.count());
+  reply->at_once = reply->elapsed_ms < kFirstPauseMs || Pauses() == pauses;
+}
+
 // The held signals stay blocked here: a Ctrl-C reaches both processes, and the
 // other one decides. The tool has no threads, so a plain fork is enough.
-pid_t StartWorker(const std::function<int()>& work, int* result) {
+pid_t StartWorker(const std::function<int()>& work, Reply* reply) {
   const pid_t parent = getpid();
   const pid_t worker = fork();
   if (worker < 0) throw std::system_error(errno, std::generic_category());
   if (worker != 0) return worker;
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() == parent) *result = work();
+  if (getppid() == parent) RunTimed(work, reply);
   _exit(kDone);
 }
 
@@ -152,6 +177,60 @@ Failure Interrupted(int number) {
           number};
 }
 
+Failure TookTooLong(int limit_s) {
+  return {"no answer within " + std::to_string(limit_s) + " s", "",
+          kExitFailed};
+}
+
+Reply RunOnce(const char* function, const DeviceOptions& options,
+              const Work& work, const Tick& tick, const HeldSignals& signals) {
+  const std::string port = PortOf(options);
+  const PortKeeper keeper(port);
+  const std::shared_ptr<Reply> reply = SharedReply();
+  const auto start = Clock::now();
+  const pid_t worker = StartWorker(
+      [&] { return work(port.c_str(), options.box.c_str(), reply.get()); },
+      reply.get());
+  while (true) {
+    const int ended_by = signals.Wait(kTick);
+    const std::chrono::duration<double, std::milli> time = Clock::now() - start;
+    const long elapsed_ms = static_cast<long>(time.count());
+    int status = 0;
+    if (waitpid(worker, &status, WNOHANG) == worker) {
+      if (WEXITSTATUS(status) != kDone) throw Crashed(function, status);
+      return *reply;
+    }
+    const bool is_too_long =
+        options.limit_s > 0 && elapsed_ms >= 1000L * options.limit_s;
+    if (ended_by != 0 || is_too_long) CutShort(worker, keeper, signals);
+    if (ended_by != 0) throw Interrupted(ended_by);
+    if (is_too_long) throw TookTooLong(options.limit_s);
+    tick(worker, elapsed_ms);
+  }
+}
+
+// Asked of the kernel first, for a trial that takes the lock is in the way of
+// others; not every holder is seen so.
+bool IsHeld() { return IsCallLockHeld() || TryCallLock() == EWOULDBLOCK; }
+
+// Waits until the lock is free. Those who wait for one lock must not all come
+// back at once.
+void AwaitLock(const Clock::time_point& give_up, const HeldSignals& signals) {
+  static std::minstd_rand random{std::random_device()()};
+  std::uniform_int_distribution<long> pause_ms(100, 400);
+  const std::string holder = ExplainLock(EWOULDBLOCK).text;
+  WaitLine line;
+  if (!line.IsVisible()) Say("waiting for the reader: " + holder);
+  do {
+    const std::chrono::duration<double> left = give_up - Clock::now();
+    line.Show("waiting (" + std::to_string(static_cast<long>(left.count())) +
+              " s left) for the reader: " + holder);
+    const timespec pause = {0, 1000000 * pause_ms(random)};
+    const int ended_by = signals.Wait(pause);
+    if (ended_by != 0) throw Interrupted(ended_by);
+  } while (Clock::now() < give_up && IsHeld());
+}
+
 }  // namespace
 
 void AddPortOption(CLI::App* command, std::string* port) {
@@ -161,13 +240,27 @@ void AddPortOption(CLI::App* command, std::string* port) {
       ->type_name("PORT");
 }
 
-void AddDeviceOptions(CLI::App* command, DeviceOptions* options) {
-  AddPortOption(command, &options->port);
+void AddBoxOption(CLI::App* command, std::string* box) {
   command
-      ->add_option("--box", options->box,
+      ->add_option("--box", *box,
                    "Branch of the switch box before the reader: A, B, C or K")
       ->check(CLI::IsMember({"A", "B", "C", "K"}))
       ->type_name("LETTER");
+}
+
+void AddWaitOption(CLI::App* command, int* wait_s) {
+  constexpr int kLongest = 86400;
+  command
+      ->add_option("--wait", *wait_s,
+                   "How long to wait for another call to end [0]")
+      ->check(CLI::Range(0, kLongest))
+      ->type_name("SECONDS");
+}
+
+void AddDeviceOptions(CLI::App* command, DeviceOptions* options) {
+  AddPortOption(command, &options->port);
+  AddBoxOption(command, &options->box);
+  AddWaitOption(command, &options->wait_s);
 }
 
 std::string PortOf(const DeviceOptions& options) {
@@ -179,31 +272,33 @@ std::string PortOf(const DeviceOptions& options) {
                      "name it with --port or in MVFP_PORT; " + KnownPorts());
 }
 
+void AwaitReader(int wait_s) {
+  const auto give_up = Clock::now() + std::chrono::seconds(wait_s);
+  const HeldSignals signals;
+  if (wait_s > 0 && IsHeld()) AwaitLock(give_up, signals);
+}
+
+bool WasRefused(const Reply& reply) {
+  return reply.rc == FG_ERR_BUSY && reply.at_once;
+}
+
 Reply RunDeviceCall(const char* function, const DeviceOptions& options,
                     const Work& work, const Tick& tick) {
-  const std::string port = PortOf(options);
-  const PortKeeper keeper(port);
+  const auto give_up = Clock::now() + std::chrono::seconds(options.wait_s);
   const HeldSignals signals;
-  const std::shared_ptr<Reply> reply = SharedReply();
-  const auto start = Clock::now();
-  const pid_t worker = StartWorker(
-      [&] { return work(port.c_str(), options.box.c_str(), reply.get()); },
-      &reply->rc);
   while (true) {
-    const int ended_by = signals.Wait(kTick);
-    const std::chrono::duration<double, std::milli> time = Clock::now() - start;
-    const long elapsed_ms = static_cast<long>(time.count());
-    int status = 0;
-    if (waitpid(worker, &status, WNOHANG) == worker) {
-      if (WEXITSTATUS(status) != kDone) throw Crashed(function, status);
-      reply->elapsed_ms = elapsed_ms;
-      return *reply;
-    }
-    if (ended_by != 0) {
-      CutShort(worker, keeper, signals);
-      throw Interrupted(ended_by);
-    }
-    if (tick) tick(worker, elapsed_ms);
+    WaitLine line;
+    const Tick say = [&](pid_t /*worker*/, long elapsed_ms) {
+      if (elapsed_ms < kUnnoticedMs) return;
+      line.Show("waiting for the reader (" + std::to_string(elapsed_ms / 1000) +
+                " s)");
+    };
+    const Reply reply =
+        RunOnce(function, options, work, tick ? tick : say, signals);
+    if (!WasRefused(reply) || Clock::now() >= give_up) return reply;
+    const int error = TryCallLock();
+    if (error == EWOULDBLOCK) AwaitLock(give_up, signals);
+    if (error != EWOULDBLOCK && error != 0) return reply;
   }
 }
 

@@ -19,9 +19,14 @@ namespace corvex::mvfp {
 struct DeviceOptions {
   std::string port;  // as it was given
   std::string box;
+  int wait_s = 0;   // for another call to end
+  int limit_s = 0;  // for the call itself; 0: as long as the driver takes
 };
 
 void AddPortOption(CLI::App* command, std::string* port);
+void AddBoxOption(CLI::App* command, std::string* box);
+void AddWaitOption(CLI::App* command, int* wait_s);
+// All three.
 void AddDeviceOptions(CLI::App* command, DeviceOptions* options);
 
 // The port's name below /dev. Throws a Failure when none was given.
@@ -30,6 +35,7 @@ std::string PortOf(const DeviceOptions& options);
 // What a call leaves behind. Plain bytes: two processes share them.
 struct Reply {
   int rc;
+  bool at_once;  // the call ended before it could have talked to the reader
   long elapsed_ms;
   char text[FG_TEMPLATE_BYTES];    // the longest output; always terminated
   char message[FG_MESSAGE_BYTES];  // as the call left it; "" when it has none
@@ -41,10 +47,18 @@ using Work = std::function<int(const char* port, const char* box, Reply*)>;
 // Called some times a second while the call runs, in process `worker`.
 using Tick = std::function<void(pid_t worker, long elapsed_ms)>;
 
-// `work` calls the `function` of the driver. Throws a Failure when a signal cut
-// the call short, or the driver crashed.
+// `work` calls the `function` of the driver, again and again while another call
+// holds the reader and there is time to wait for that. Throws a Failure when a
+// signal or the limit cut the call short, or the driver crashed. Without a
+// `tick` a terminal shows that the reader is waited for.
 Reply RunDeviceCall(const char* function, const DeviceOptions& options,
                     const Work& work, const Tick& tick = nullptr);
+
+// Waits while another call holds the reader, so long at most.
+void AwaitReader(int wait_s);
+
+// Did the call find the reader in use, or its lock unusable?
+bool WasRefused(const Reply& reply);
 
 // Ends this process as the signal would have, so that a shell sees Ctrl-C
 // (status 130) and stops its loop.

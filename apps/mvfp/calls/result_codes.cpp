@@ -3,13 +3,11 @@
 #include <functional>
 
 #include "calls/result_codes_table.h"
+#include "machine/call_lock.h"
 #include "ports/port.h"
 
 namespace corvex::mvfp {
 namespace {
-
-// No call talks to the reader before its first pause of 250 ms is over.
-constexpr long kFirstPauseMs = 250;
 
 // Drops the rows that do not fit, unless none fits: then it returns false.
 template <typename Fits>
@@ -35,22 +33,36 @@ Meanings LikelyMeanings(const std::string& call, const Reply& reply) {
   // A cause that has a text of its own would have said it.
   if (IsCapture(call) && !Keep(&found, says(reply.message)))
     Keep(&found, says(""));
-  const auto at_once = [](const Meaning& row) { return row.at_once; };
-  if (reply.elapsed_ms < kFirstPauseMs) {
-    Keep(&found, at_once);
-  } else {
-    // A busy machine may be late with any answer, so this is but likelier.
-    std::stable_partition(found.begin(), found.end(), std::not_fn(at_once));
-  }
+  Keep(&found,
+       [&](const Meaning& row) { return row.at_once == reply.at_once; });
   return found;
 }
 
-// What the tool can see for itself says more than the general remedy.
-std::string RemedyFor(const Meaning& row, const DeviceOptions& options) {
-  if (row.code != FG_ERR_PORT || !row.at_once) return row.remedy;
-  const PortTrial trial = TryPort(PortOf(options));
-  return trial.error == 0 ? row.remedy
-                          : trial.trouble + "; try: " + trial.command;
+struct Wording {
+  std::string meaning;
+  std::string remedy;
+};
+
+// What the tool can see for itself says more than what holds in general.
+Wording WordingFor(const Meaning& row, const DeviceOptions& options) {
+  if (row.at_once && row.code == FG_ERR_PORT) {
+    const PortTrial trial = TryPort(PortOf(options));
+    if (trial.is_usable) return {row.meaning, row.remedy};
+    const std::string next = trial.command.empty() ? "" : "; try: ";
+    return {row.meaning, trial.trouble + next + trial.command};
+  }
+  const int error = row.at_once && row.code == FG_ERR_BUSY ? TryCallLock() : 0;
+  if (error == 0) return {row.meaning, row.remedy};
+  const LockTrouble lock = ExplainLock(error);
+  if (lock.is_held) {
+    return {row.meaning, "it is " + lock.text + "; to wait for it: --wait 30"};
+  }
+  return {"no call can take the lock: " + lock.text, "try: " + lock.command};
+}
+
+ExitCode ExitFor(int code) {
+  if (code == FG_ERR_TIMEOUT) return kExitNoPress;
+  return code == FG_ERR_CANCELLED ? kExitCancelled : kExitFailed;
 }
 
 }  // namespace
@@ -66,14 +78,13 @@ bool CanGive(const std::string& call, const Meaning& row) {
 
 Failure CallFailure(const std::string& call, const Reply& reply,
                     const DeviceOptions& options) {
-  const bool is_no_press =
-      reply.rc == FG_ERR_TIMEOUT || reply.rc == FG_ERR_CANCELLED;
-  Failure failure{"", "", is_no_press ? kExitNoPress : kExitFailed};
+  Failure failure{"", "", ExitFor(reply.rc)};
   const Meanings rows = LikelyMeanings(call, reply);
   for (const Meaning& row : rows) {
     const char* const between = failure.what.empty() ? "" : "; or ";
-    failure.what += between + row.meaning;
-    failure.next += between + RemedyFor(row, options);
+    const Wording words = WordingFor(row, options);
+    failure.what += between + words.meaning;
+    failure.next += between + words.remedy;
   }
   if (rows.empty()) {
     failure.what = "the driver gave a code that this tool does not know";

@@ -10,6 +10,7 @@
 #include "calls/device_call.h"
 #include "commands/commands.h"
 #include "files.h"
+#include "ports/adapter.h"
 #include "ports/port.h"
 
 namespace corvex::mvfp {
@@ -44,39 +45,10 @@ struct Options : DeviceOptions {
 
 namespace fs = std::filesystem;
 
-// As the rules of the package have it, for adapters that these do not know.
-constexpr char kRights[] =
-    R"(GROUP="dialout", MODE="0660", ENV{ID_MM_PORT_IGNORE}="1", )"
-    R"(ENV{ID_MM_DEVICE_IGNORE}="1")";
-
-// The device under the port, in sysfs; "" when there is none. Also for a link
-// to the port, such as those in /dev/serial/by-id.
-fs::path DeviceOf(const std::string& port) {
-  std::error_code error;
-  const fs::path node = fs::canonical("/dev/" + port, error);
-  for (const std::string& name : {port, node.filename().string()}) {
-    const fs::path tty = "/sys/class/tty/" + name;
-    if (name.empty() || !fs::exists(tty / "device", error)) continue;
-    return fs::canonical(tty, error);
-  }
-  return "";
-}
-
-std::string Attribute(const fs::path& device, const char* name) {
-  const std::string text = ReadText(device / name);
-  const std::string value = text.substr(0, text.find('\n'));
-  return value.substr(0, value.find_last_not_of(' ') + 1);
-}
-
-// The nearest device at or above this one that has the attribute.
-fs::path Above(fs::path device, const char* attribute) {
-  std::error_code error;
-  while (device.has_relative_path()) {
-    if (fs::exists(device / attribute, error)) return device;
-    device = device.parent_path();
-  }
-  return "";
-}
+// As the rules of the package have it, for where these are not installed.
+constexpr char kRights[] = R"(GROUP="dialout", MODE="0660", TAG+="uaccess", )"
+                           R"(ENV{ID_MM_PORT_IGNORE}="1", )"
+                           R"(ENV{ID_MM_DEVICE_IGNORE}="1")";
 
 std::string Is(const char* key, const std::string& value) {
   return std::string(key) + "==\"" + value + "\"";

@@ -14,6 +14,8 @@ void AddMatch(CommandLine* line);
 void AddInspect(CommandLine* line);
 void AddLog(CommandLine* line);
 void AddExplain(CommandLine* line);
+void AddPortsAndScan(CommandLine* line);
+void AddLinkTest(CommandLine* line);
 void AddBind(CommandLine* line);
 void AddDoctor(CommandLine* line);
 void AddGallery(CommandLine* line);

@@ -1,43 +1,45 @@
-// doctor: looks at the machine, says what is wrong and which command mends it.
+// doctor: takes the steps of a call, says what happened and what mends it.
+#include <cerrno>
 #include <iomanip>
 #include <sstream>
 
-#include "calls/device_call.h"
+#include "calls/result_codes.h"
+#include "calls/version_query.h"
 #include "commands/commands.h"
+#include "cx_file_lock/cx_file_lock.h"
 #include "doctor/checks.h"
+#include "machine/call_lock.h"
 #include "ports/port.h"
+#include "ports/port_use.h"
 
 namespace corvex::mvfp {
 namespace {
 
-using doctor::Box;
 using doctor::Finding;
-using doctor::Findings;
 
 constexpr Help kHelp = {
     "doctor", "Find out what keeps calls from working",
-    R"(Looks at the driver and what it needs, the lock, the log, and the port; without
---port at every port that may have a reader. Each line is ok, a note (calls work,
-with less comfort) or a problem (calls fail); below it stands the one command
-that mends it. The lock is taken for a moment, as a call does; nothing is changed,
-and no reader is asked. Exit 0 says that a call can work, 1 that none can. Only
+    R"(Takes the steps of a call: loads the driver, takes the lock, opens the port and
+gives it the driver's settings, then gives all back; with --ask it also asks the
+reader for its version. Without --port it does so with every port that may have
+a reader and that nobody else has. Each line says what happened: ok, a note
+(calls work, with less comfort), busy (a call runs, so nothing was tried) or a
+problem; below it stands the command that mends it or tells more. Exit 0 says
+that every step to the end was taken with a port, 1 that none could be. Only
 root sees what other users' processes do.
 
 Examples:
-  mvfp doctor
   mvfp doctor --port ttyUSB0
-  sudo mvfp doctor --port ttyUSB0 --json
+  mvfp doctor --port ttyUSB0 --ask
+  mvfp doctor --window --library
+  sudo mvfp doctor --json
 )"};
 
-Findings CheckMachine(const Box& box) {
-  Findings findings;
-  doctor::CheckDriver(box, &findings);
-  findings.push_back(doctor::CheckLock(box));
-  findings.push_back(doctor::CheckLog());
-  doctor::CheckWindow(box, &findings);
-  doctor::CheckBraille(box, &findings);
-  return findings;
-}
+struct Options : DeviceOptions {
+  bool ask = false;
+  bool window = false;
+  bool library = false;
+};
 
 std::string Lines(const Finding& finding) {
   std::ostringstream lines;
@@ -49,46 +51,156 @@ std::string Lines(const Finding& finding) {
   return Printable(lines.str());
 }
 
-// A call can work when nothing is wrong with the machine, and with one port.
-int Doctor(const Report& report, const DeviceOptions& options) {
+// All that was found, as it is printed.
+class Findings {
+ public:
+  // Returns whether the call may go on.
+  bool Add(const Finding& finding, const std::string& port = "") {
+    text_ += Lines(finding);
+    array_.push_back({{"level", finding.level},
+                      {"check", finding.check},
+                      {"port", port},
+                      {"text", finding.text},
+                      {"command", finding.command}});
+    is_busy_ = is_busy_ || finding.level == doctor::kBusy;
+    return finding.level != doctor::kProblem && finding.level != doctor::kBusy;
+  }
+  bool IsBusy() const { return is_busy_; }
+  const std::string& Text() const { return text_; }
+  const Json& Array() const { return array_; }
+
+ private:
+  std::string text_;
+  Json array_ = Json::array();
+  bool is_busy_ = false;
+};
+
+// The lock of the calls, for as long as this lives.
+class LockStep {
+ public:
+  explicit LockStep(Findings* findings) : lock_(cx_file_lock()) {
+    const int error = errno;
+    findings->Add(lock_ >= 0 ? Finding{doctor::kOk, "lock", "taken", ""}
+                             : Told(error));
+  }
+  ~LockStep() { cx_file_unlock(lock_); }
+  LockStep(const LockStep&) = delete;
+  LockStep& operator=(const LockStep&) = delete;
+
+  bool IsTaken() const { return lock_ >= 0; }
+
+ private:
+  static Finding Told(int error) {
+    const LockTrouble trouble = ExplainLock(error);
+    return {trouble.is_held ? doctor::kBusy : doctor::kProblem, "lock",
+            trouble.text + ": calls give -14", trouble.command};
+  }
+
+  const int32_t lock_;
+};
+
+Finding OpenAndSet(const std::string& port, const PortUse& use) {
+  // On a line that others use it would do harm.
+  if (!use.kind.empty()) {
+    return {doctor::kProblem, "port", use.text + ": not tried", ""};
+  }
+  const PortTrial trial = TryPort(port);
+  return trial.is_usable
+             ? Finding{doctor::kOk, "port", use.text + ", opened and set", ""}
+             : Finding{doctor::kProblem, "port", trial.trouble, trial.command};
+}
+
+bool TakePortStep(const std::string& port, Findings* findings) {
+  const PortUse use = UseOf(port, OtherProcesses());
+  if (!use.prober.empty()) {
+    findings->Add(
+        {doctor::kNote, "modem",
+         use.prober + " may ask " + port + " for a modem when it is plugged in",
+         BindCommand(port)},
+        port);
+  }
+  return findings->Add(OpenAndSet(port, use), port);
+}
+
+Finding Ask(const std::string& port, const DeviceOptions& options) {
+  const Reply reply = AskVersion(port, options);
+  if (reply.rc == FG_OK) {
+    return {doctor::kOk, "reader",
+            std::string(reply.text) + " on " + port + "; the call took " +
+                std::to_string(reply.elapsed_ms) + " ms",
+            ""};
+  }
+  const Failure failure = CallFailure(kVersionQuery, reply, options);
+  return {WasRefused(reply) ? doctor::kBusy : doctor::kProblem, "reader",
+          port + ": " + failure.what + "; " + failure.next, ""};
+}
+
+std::vector<std::string> PortsFor(const Options& options, Findings* findings) {
   const auto ports =
       options.port.empty() ? LikelyPorts() : std::vector{PortOf(options)};
-  const Box box = doctor::LookAround();
-  std::string text;
-  Json array = Json::array();
-  const auto add = [&](const std::string& port, const Findings& findings) {
-    bool works = true;
-    for (const Finding& finding : findings) {
-      works = works && finding.level != doctor::kProblem;
-      text += Lines(finding);
-      array.push_back({{"level", finding.level},
-                       {"check", finding.check},
-                       {"port", port},
-                       {"text", finding.text},
-                       {"command", finding.command}});
-    }
-    return works;
-  };
-  const bool machine_works = add("", CheckMachine(box));
-  bool port_works = false;
-  for (const std::string& port : ports) {
-    port_works |= add(port, doctor::CheckPort(box, port));
-  }
   if (ports.empty()) {
-    add("",
-        {{doctor::kProblem, "port", KnownPorts(), "sudo dmesg | grep tty"}});
+    findings->Add(
+        {doctor::kProblem, "port", KnownPorts(), "sudo dmesg | grep tty"});
   }
-  const bool can_call = machine_works && port_works;
-  text += can_call ? "A call can work.\n" : "No call can work.\n";
-  return report.Result({{"can_call", can_call}, {"findings", array}}, text,
-                       can_call ? kExitOk : kExitNo);
+  return ports;
+}
+
+// Whether they could all be taken, with one port at least.
+bool TakeSteps(const Options& options, Findings* findings) {
+  const bool loads = findings->Add(doctor::TryDriver());
+  if (options.library) findings->Add(doctor::TryLibrary());
+  std::vector<std::string> usable;
+  {
+    const LockStep lock(findings);
+    if (!lock.IsTaken()) return false;
+    if (options.window) findings->Add(doctor::TryWindow());
+    for (const std::string& port : PortsFor(options, findings)) {
+      if (TakePortStep(port, findings)) usable.push_back(port);
+    }
+  }
+  if (!loads || usable.empty()) return false;
+  if (!options.ask) return true;
+  bool answers = false;
+  for (const std::string& port : usable) {
+    answers |= findings->Add(Ask(port, options), port);
+  }
+  return answers;
+}
+
+std::string Conclusion(bool works, const Options& options,
+                       const Findings& findings) {
+  if (works && options.ask) return "A call works.\n";
+  if (works) {
+    return "A call gets as far as the line; whether a reader answers there: "
+           "--ask\n";
+  }
+  return findings.IsBusy()
+             ? "Not tried further while the lock is held; to wait "
+               "for its end: --wait 60\n"
+             : "No call works.\n";
+}
+
+int Doctor(const Report& report, const Options& options) {
+  Findings findings;
+  AwaitReader(options.wait_s);
+  const bool works = TakeSteps(options, &findings);
+  return report.Result({{"can_call", works},
+                        {"asked", options.ask},
+                        {"findings", findings.Array()}},
+                       findings.Text() + Conclusion(works, options, findings),
+                       works ? kExitOk : kExitNo);
 }
 
 }  // namespace
 
 void AddDoctor(CommandLine* line) {
   const auto [app, options] = line->Add(kHelp, Doctor);
-  AddPortOption(app, &options->port);
+  AddDeviceOptions(app, options);
+  app->add_flag("--ask", options->ask, "Ask the reader for its version");
+  app->add_flag("--window", options->window,
+                "Show the window of guided enrolment for a moment");
+  app->add_flag("--library", options->library,
+                "Compare with the algorithm library");
 }
 
 }  // namespace corvex::mvfp

@@ -129,7 +129,7 @@ HeldOut CompareOneMore(const std::string& text, PressTaker* taker) {
   const char* const press = check.press.text.c_str();
   check.score = match.run(text.c_str(), press, FG_LEVEL_SCORE);
   if (check.score < 0) {
-    throw CallFailure(match.name, Reply{check.score, 0, "", ""});
+    throw CallFailure(match.name, Reply{check.score, true, 0, "", ""});
   }
   for (int level = FG_LEVEL_LOWEST; level <= FG_LEVEL_HIGHEST; ++level) {
     if (match.run(text.c_str(), press, level) == FG_OK) check.level = level;

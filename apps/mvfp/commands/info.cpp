@@ -17,17 +17,18 @@ entry's reply is printed as it is.
 
 Examples:
   sudo mvfp bind 3 --port ttyUSB0
-  mvfp info --port COM3
+  mvfp info --port 3
   mvfp info --port COM3 --json
 )"};
 
 static_assert(DEV_REPLY_BYTES <= sizeof Reply::text);
 
-// The entry knows ports by number: COM3 is "3".
+// The entry knows ports by number: COM3, or 3.
 std::string NumberOf(const std::string& given) {
   std::smatch found;
   const std::string port = PortName(given);
-  if (std::regex_match(port, found, std::regex("COM(0|[1-9][0-9]{0,8})"))) {
+  if (std::regex_match(port, found,
+                       std::regex("(?:COM)?(0|[1-9][0-9]{0,8})"))) {
     return found[1];
   }
   throw UsageFailure(
@@ -53,8 +54,10 @@ std::string Table(const std::string& reply) {
          row("library        ", "DllVersion");
 }
 
-int Info(const Report& report, const DeviceOptions& options) {
-  const std::string number = NumberOf(options.port);
+int Info(const Report& report, const DeviceOptions& given) {
+  const std::string number = NumberOf(given.port);
+  DeviceOptions options = given;
+  options.port = "COM" + number;
   const std::string request =
       Json{{"FunctionCode", "0001"}, {"RequestPort", number}}.dump();
   const auto call = MVFP_DRIVER_CALL(DEV_CommCall);
@@ -83,6 +86,7 @@ int Info(const Report& report, const DeviceOptions& options) {
 void AddInfo(CommandLine* line) {
   const auto [app, options] = line->Add(kHelp, Info);
   AddPortOption(app, &options->port);
+  AddWaitOption(app, &options->wait_s);
 }
 
 }  // namespace corvex::mvfp

@@ -80,7 +80,8 @@ void Draw(const Record& record, const std::string& picture) {
   const std::string drawing =
       DrawRecord(record, record.source, FormatOf(picture));
   if (!WriteText(picture, drawing, kOwnersAlone)) {
-    throw SystemFailure("draw", picture, "");
+    throw SystemFailure("draw", picture, "name another file with --picture",
+                        kExitUsage);
   }
   Say("drew " + picture);
 }
@@ -93,7 +94,14 @@ int Inspect(const Report& report, const Options& options) {
     Say((finding.fatal ? "malformed: " : "note: ") + finding.where + ": " +
         finding.what);
   }
-  if (!picture.empty()) Draw(record, picture);
+  try {
+    if (!picture.empty()) Draw(record, picture);
+  } catch (Failure& failure) {
+    // The table is not lost with the picture.
+    failure.details["record"] = AsJson(record);
+    if (!report.IsJson()) report.Result({}, Table(record));
+    throw;
+  }
   return report.Result(AsJson(record), Table(record),
                        IsValid(record) ? kExitOk : kExitNo);
 }

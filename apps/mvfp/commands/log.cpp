@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 
 #include "calls/day_log.h"
@@ -24,8 +26,15 @@ Examples:
 )"};
 constexpr Help kOn = {"on", "Create today's log, for all users",
                       "Example:\n  mvfp log on\n"};
-constexpr Help kOff = {"off", "Remove today's log and what it holds",
-                       "Example:\n  mvfp log off\n"};
+constexpr Help kOff = {
+    "off", "Put today's log aside",
+    R"(What the log holds is kept beside it under another name, which is printed; an
+empty log is removed.
+
+Examples:
+  mvfp log off
+  mvfp log off --delete
+)"};
 constexpr Help kFollow = {"follow",
                           "Print what is added to the log, past midnight too",
                           R"(With --json, one object a line.
@@ -39,6 +48,11 @@ struct FollowOptions {
   bool from_start = false;
 };
 
+struct OffOptions {
+  bool keep = false;
+  bool remove = false;
+};
+
 constexpr int kPollMs = 200;
 
 // Is the log of that path on? Throws a Failure where something else stands.
@@ -50,16 +64,18 @@ bool IsOn(const std::string& path) {
                 "see who made it: ls -l " + path};
 }
 
-Failure CannotChange(const std::string& verb, const std::string& path) {
+Failure CannotDo(const std::string& verb, const std::string& path) {
   return SystemFailure(verb, path, "see whose it is: ls -l " + path);
 }
 
 int PrintState(const Report& report, bool on, bool changed,
-               const std::string& path) {
-  const std::string text = std::string("log ") + (changed ? "" : "already ") +
-                           (on ? "on: " : "off: ") + path + "\n";
-  return report.Result({{"on", on}, {"changed", changed}, {"path", path}},
-                       text);
+               const std::string& path, const std::string& kept = "") {
+  std::string text = std::string("log ") + (changed ? "" : "already ") +
+                     (on ? "on: " : "off: ") + path;
+  if (!kept.empty()) text += "; what it held: " + kept;
+  return report.Result(
+      {{"on", on}, {"changed", changed}, {"path", path}, {"kept", kept}},
+      text + "\n");
 }
 
 // Every user's calls write to it, whatever this user's mask.
@@ -74,16 +90,32 @@ bool MakeLog(const std::string& path) {
 int On(const Report& report, const NoOptions& /*options*/) {
   const std::string path = DayLogPath();
   const bool was_on = IsOn(path);
-  if (!was_on && !MakeLog(path)) throw CannotChange("make", path);
-  if (access(path.c_str(), W_OK) != 0) throw CannotChange("write", path);
+  if (!was_on && !MakeLog(path)) throw CannotDo("make", path);
+  if (access(path.c_str(), W_OK) != 0) throw CannotDo("write", path);
   return PrintState(report, true, !was_on, path);
 }
 
-int Off(const Report& report, const NoOptions& /*options*/) {
+// Under the first name that is free. Returns it.
+std::string PutAside(const std::string& path) {
+  int number = 1;
+  const auto name = [&] { return path + "." + std::to_string(number); };
+  while (std::filesystem::symlink_status(name()).type() !=
+         std::filesystem::file_type::not_found) {
+    ++number;
+  }
+  if (rename(path.c_str(), name().c_str()) != 0) throw CannotDo("move", path);
+  return name();
+}
+
+int Off(const Report& report, const OffOptions& options) {
   const std::string path = DayLogPath();
-  const bool was_on = IsOn(path);
-  if (was_on && unlink(path.c_str()) != 0) throw CannotChange("remove", path);
-  return PrintState(report, false, was_on, path);
+  if (!IsOn(path)) return PrintState(report, false, false, path);
+  std::error_code unknown;
+  if (!options.remove && std::filesystem::file_size(path, unknown) != 0) {
+    return PrintState(report, false, true, path, PutAside(path));
+  }
+  if (unlink(path.c_str()) != 0) throw CannotDo("remove", path);
+  return PrintState(report, false, true, path);
 }
 
 int Follow(const Report& report, const FollowOptions& options) {
@@ -95,6 +127,10 @@ int Follow(const Report& report, const FollowOptions& options) {
       const int exit_code =
           report.Result({{"line", line}}, Printable(line) + "\n");
       if (exit_code != kExitOk) return exit_code;
+    }
+    if (follower.OpenError() != 0) {
+      errno = follower.OpenError();
+      throw CannotDo("read", DayLogPath());
     }
     const bool is_open = !follower.OpenPath().empty();
     if (was_open && !is_open) Say("the log is off; waiting for: mvfp log on");
@@ -108,7 +144,11 @@ int Follow(const Report& report, const FollowOptions& options) {
 void AddLog(CommandLine* line) {
   CLI::App* const log = line->AddGroup(kHelp);
   line->Add(kOn, On, log);
-  line->Add(kOff, Off, log);
+  const auto off = line->Add(kOff, Off, log);
+  CLI::Option* const keep = off.app->add_flag(
+      "--keep", off.options->keep, "Keep what it holds (done anyway)");
+  off.app->add_flag("--delete", off.options->remove, "Do not keep it")
+      ->excludes(keep);
   const auto [app, options] = line->Add(kFollow, Follow, log);
   app->add_flag("--from-start", options->from_start,
                 "Begin with what today's log already holds");

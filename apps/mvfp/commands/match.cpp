@@ -1,6 +1,5 @@
 // match: compares two records. Touches no reader.
 #include <sstream>
-#include <vector>
 
 #include "calls/driver.h"
 #include "calls/result_codes.h"
@@ -30,36 +29,41 @@ struct Options {
   int level = 3;
 };
 
+// What is wrong with either, each thing once.
+std::string FaultsOf(const Record& first, const Record& second) {
+  std::string faults;
+  for (const Record& record : {first, second}) {
+    for (const auto& [fatal, where, what] : record.findings) {
+      const std::string fault = record.source + ": " + where + ": " + what;
+      if (faults.find(fault) == std::string::npos) faults += "; " + fault;
+    }
+  }
+  return faults;
+}
+
+Failure Malformed(const Record& first, const Record& second) {
+  return {"a record is malformed" + FaultsOf(first, second),
+          "look at each record: mvfp inspect RECORD", kExitNo};
+}
+
 int Match(const Report& report, const Options& options) {
   const auto match = MVFP_DRIVER_CALL(FG_FpMatch);
   const Record first = LoadRecord(options.first);
   const Record second = LoadRecord(options.second);
+  // The driver reads what it can of a record; half a finger is none.
+  if (!IsValid(first) || !IsValid(second)) throw Malformed(first, second);
   const bool is_dual = first.is_dual_feature || second.is_dual_feature;
   const auto compare = [&](int level) {
     return match.run(first.text.c_str(), second.text.c_str(), level);
   };
   const auto failure = [&](int code) {
-    return CallFailure(match.name, Reply{code, 0, "", ""});
+    return CallFailure(match.name, Reply{code, true, 0, "", ""});
   };
 
   const int score = compare(FG_LEVEL_SCORE);
   if (score == FG_ERR_NO_LIBRARY) throw failure(score);
-  std::vector<std::string> findings;
-  for (const Record& record : {first, second}) {
-    for (const auto& [fatal, where, what] : record.findings) {
-      findings.push_back(record.source);
-      findings.back().append(": " + where + ": ").append(what);
-    }
-  }
   // The library's own scores may be anything, the matcher's are 0 to 100.
-  if (score < 0 && !is_dual) {
-    // The driver takes a malformed record for one that does not match; a
-    // person wants to know which one it is.
-    std::string what = "a record is malformed";
-    for (const std::string& finding : findings) what += "; " + finding;
-    throw UsageFailure(what, "look at each record: mvfp inspect RECORD");
-  }
-  for (const std::string& finding : findings) Say(finding);
+  if (score < 0 && !is_dual) throw Malformed(first, second);
   if (options.level == FG_LEVEL_SCORE) {
     return report.Result({{"score", score}},
                          "score " + std::to_string(score) + "\n");

@@ -17,6 +17,13 @@ cairo_status_t Append(void* file, const unsigned char* bytes,
   return CAIRO_STATUS_SUCCESS;
 }
 
+struct Destroy {
+  void operator()(cairo_surface_t* surface) const {
+    cairo_surface_destroy(surface);
+  }
+  void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
+};
+
 }  // namespace
 
 PictureFormat FormatOf(const std::string& path) {
@@ -146,15 +153,12 @@ std::string DrawPicture(double width, double height, PictureFormat format,
                         const std::function<void(Page* page)>& draw) {
   std::string file;
   const bool is_svg = format == PictureFormat::kSvg;
-  const std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>
-      surface(is_svg ? cairo_svg_surface_create_for_stream(Append, &file, width,
-                                                           height)
-                     : cairo_image_surface_create(CAIRO_FORMAT_RGB24,
-                                                  static_cast<int>(width),
-                                                  static_cast<int>(height)),
-              cairo_surface_destroy);
-  const std::unique_ptr<cairo_t, decltype(&cairo_destroy)> cairo(
-      cairo_create(surface.get()), cairo_destroy);
+  const std::unique_ptr<cairo_surface_t, Destroy> surface(
+      is_svg ? cairo_svg_surface_create_for_stream(Append, &file, width, height)
+             : cairo_image_surface_create(CAIRO_FORMAT_RGB24,
+                                          static_cast<int>(width),
+                                          static_cast<int>(height)));
+  const std::unique_ptr<cairo_t, Destroy> cairo(cairo_create(surface.get()));
   Page page(cairo.get());
   page.Box({0, 0}, width, height, kPaper);
   draw(&page);

@@ -5,6 +5,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +13,9 @@
 #include <filesystem>
 
 #include "files.h"
+#include "machine/processes.h"
+#include "mv_cmd/serial_port.h"
+#include "ports/adapter.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -34,34 +38,68 @@ bool IsMember(const group& members) {
   return false;
 }
 
+// What udev makes of a port, for ports that udev knows.
+bool HasRules(const std::string& port) {
+  return !DeviceOf(port).empty() && access("/run/udev/control", F_OK) == 0;
+}
+
 // Rights that only root has are those of a port that no rule knows.
 std::string RightCommand(const std::string& port) {
   constexpr mode_t kForGroup = S_IRGRP | S_IWGRP;
   struct stat node {};
   stat((kDev + port).c_str(), &node);
   const group* const found = getgrgid(node.st_gid);
-  if (node.st_gid == 0 || (node.st_mode & kForGroup) != kForGroup ||
-      found == nullptr) {
-    return BindCommand(port);
+  if (node.st_gid != 0 && (node.st_mode & kForGroup) == kForGroup &&
+      found != nullptr) {
+    return (IsMember(*found) ? "newgrp " : "sudo adduser \"$USER\" ") +
+           std::string(found->gr_name);
   }
-  return (IsMember(*found) ? "newgrp " : "sudo adduser \"$USER\" ") +
-         std::string(found->gr_name);
+  return HasRules(port) ? BindCommand(port)
+                        : "sudo chown \"$USER\" " + (kDev + port);
+}
+
+// A daemon that takes adapters away as they are plugged in.
+std::string BrailleTaker() {
+  const Processes processes = OtherProcesses();
+  const Process* const braille = FindProcess(
+      processes, [](const Process& other) { return other.name == "brltty"; });
+  return braille == nullptr ? ""
+                            : "; " + Describe(*braille) +
+                                  " takes adapters for braille displays";
+}
+
+// The system's reason why the driver could not use the port; 0 when it can now.
+int ErrorOf(const std::string& name) {
+  const int port = OpenPort(name);
+  if (port < 0) return errno;
+  termios settings{};
+  const bool is_usable = tcgetattr(port, &settings) == 0 &&
+                         tcsetattr(port, TCSANOW, &settings) == 0;
+  const int error = is_usable ? 0 : errno;
+  close(port);
+  return error;
 }
 
 PortTrial Explained(const std::string& port, int error) {
   const std::string path = kDev + port;
   switch (error) {
+    case 0:
+      return {false, path + " failed, and can be used now", ""};
     case ENOENT:
-      return {error, "there is no " + path + "; " + KnownPorts(),
-              LikelyPorts().empty() ? "sudo dmesg | grep tty" : "mvfp doctor"};
+      return {false,
+              "there is no " + path + "; " + KnownPorts() + BrailleTaker(),
+              LikelyPorts().empty() ? "sudo dmesg | grep tty" : "mvfp ports"};
     case EACCES:
+      return {false, "you may not open " + path, RightCommand(port)};
     case EPERM:
-      return {error, "you may not open " + path, RightCommand(port)};
+      return {false, "this container may not open " + path, "ls -l " + path};
     case EBUSY:
-      return {error, port + " is in use by a program that lets nobody else in",
-              "sudo fuser -v " + path};
+      return {false, port + " is in use by a program that lets nobody else in",
+              "sudo mvfp ports"};
+    case EIO:
+      return {false, "there is no hardware behind " + path, "mvfp ports"};
     default:
-      return {error,
+      return {false,
               path + (error == ENOTTY ? " is not a serial port"
                                       : std::string(": ") + strerror(error)),
               "ls -l " + path};
@@ -88,9 +126,18 @@ std::vector<std::string> PortsLike(const std::string& pattern) {
   return ports;
 }
 
+bool IsSamePort(const std::string& name, const std::string& other) {
+  struct stat node {};
+  struct stat other_node {};
+  return stat((kDev + name).c_str(), &node) == 0 &&
+         stat((kDev + other).c_str(), &other_node) == 0 &&
+         node.st_rdev == other_node.st_rdev;
+}
+
 std::vector<std::string> LikelyPorts() {
   std::vector<std::string> ports;
-  for (const char* pattern : {"ttyUSB*", "ttyACM*", "ttyAMA*", "ttyS[0-9]*"}) {
+  for (const char* pattern : {"ttyUSB*", "ttyACM*", "ttyAMA*", "ttyS[0-9]*",
+                              "ttyHS*", "ttymxc*", "ttySAC*", "ttyTHS*"}) {
     for (const std::string& port : PortsLike(pattern)) {
       if (HasChip(port)) ports.push_back(port);
     }
@@ -116,18 +163,15 @@ std::string BindCommand(const std::string& port) {
     ++number;
   }
   const std::string com = std::to_string(number);
-  // No rule knows a pseudo-terminal, where a virtual reader is.
-  return port.rfind("pts/", 0) == 0
-             ? "sudo ln -s " + port + " /dev/COM" + com
-             : "sudo mvfp bind " + com + " --port " + port;
+  return HasRules(port) ? "sudo mvfp bind " + com + " --port " + port
+                        : "sudo ln -s " + port + " /dev/COM" + com;
 }
 
 PortTrial TryPort(const std::string& name) {
-  const int port = OpenPort(name);
-  if (port < 0) return Explained(name, errno);
-  const bool is_terminal = isatty(port) != 0;
-  close(port);
-  return is_terminal ? PortTrial{} : Explained(name, ENOTTY);
+  const int32_t port = corvex_open_uart(name.c_str());
+  if (port < 0) return Explained(name, ErrorOf(name));
+  corvex_close_uart(port);
+  return {true, "", ""};
 }
 
 int OpenPort(const std::string& name) {

@@ -15,6 +15,9 @@ std::string PortName(const std::string& text);
 // Names below /dev that fit a pattern, such as "COM*".
 std::vector<std::string> PortsLike(const std::string& pattern);
 
+// Do both names lead to the same port?
+bool IsSamePort(const std::string& name, const std::string& other);
+
 // The ports of this machine that may have a reader.
 std::vector<std::string> LikelyPorts();
 
@@ -24,11 +27,12 @@ std::string KnownPorts();
 // The command that gives the port a lasting name, and the package's rights.
 std::string BindCommand(const std::string& port);
 
-// What came of opening the port as the driver does.
+// What came of opening the port and giving it the driver's settings, which the
+// driver's own code does, and of giving back its own.
 struct PortTrial {
-  int error = 0;        // of the system; 0 when the port can be used
-  std::string trouble;  // the error for people
-  std::string command;  // that mends it, or tells more
+  bool is_usable;
+  std::string trouble;  // for people
+  std::string command;  // that mends it, or tells more; may be empty
 };
 PortTrial TryPort(const std::string& name);
 

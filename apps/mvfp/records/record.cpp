@@ -6,6 +6,7 @@
 #include <array>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include "mv_base/base64.h"
 #include "mv_base/hex.h"
@@ -60,11 +61,9 @@ void ReadBase64(const std::string& text, Record* record) {
       text, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/");
   const std::string rest = text.substr(good);
   if (good < whole && rest != "=" && rest != "==") {
-    record->Note(CharacterAt(good),
-                 "not Base64; the rest of the text is not read");
+    record->Refuse(CharacterAt(good), "not Base64");
   } else if (whole < text.size()) {
-    record->Note(CharacterAt(whole),
-                 "an incomplete group of four; it is not read");
+    record->Refuse(CharacterAt(whole), "an incomplete group of four");
   }
 }
 
@@ -79,7 +78,7 @@ void CheckTextLength(Record* record) {
                            " for a comparison (5 to 1023)");
 }
 
-// Those behind the end are read as 0, as the driver does.
+// Those behind the end count as 0.
 uint8_t ByteOr0(const Record& record, size_t offset) {
   return offset < record.bytes.size() ? record.bytes[offset] : uint8_t{0};
 }
@@ -105,12 +104,12 @@ void CheckCount(Record* record) {
   if (record->count > kMaxMinutiae) {
     record->Refuse(ByteAt(2), Over("count", record->count, kMaxMinutiae));
   } else if (size < expected) {
-    record->Note(ByteAt(size),
-                 "the record ends here, " + std::to_string(expected - size) +
-                     " bytes early; the missing ones are read as 0");
+    record->Refuse(ByteAt(size), "the record ends here, " +
+                                     std::to_string(expected - size) +
+                                     " bytes early");
   } else if (size > expected) {
-    record->Note(ByteAt(expected), std::to_string(size - expected) +
-                                       " bytes too many; they are not read");
+    record->Refuse(ByteAt(expected),
+                   std::to_string(size - expected) + " bytes too many");
   }
 }
 
@@ -148,6 +147,14 @@ std::string Trimmed(const std::string& text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
+// Mail and base64 break a long text into lines.
+std::string Joined(const std::string& lines) {
+  std::istringstream stream(lines);
+  std::string text;
+  for (std::string line; std::getline(stream, line);) text += Trimmed(line);
+  return text;
+}
+
 std::string ReadFile(const std::string& path) {
   // Room for the longest text that a call can give, and for a sign of more.
   std::array<char, 4096> bytes;
@@ -157,7 +164,7 @@ std::string ReadFile(const std::string& path) {
   if (in.bad() || (path != "-" && !file.is_open())) {
     throw SystemFailure("read", path, kSources, kExitUsage);
   }
-  return {bytes.data(), static_cast<size_t>(in.gcount())};
+  return Joined({bytes.data(), static_cast<size_t>(in.gcount())});
 }
 
 Record Parse(const std::string& source, const std::string& text) {
@@ -184,9 +191,9 @@ bool IsValid(const Record& record) {
 Record LoadRecord(const std::string& argument) {
   const bool is_marked = argument.rfind('@', 0) == 0;
   const std::string path = is_marked ? argument.substr(1) : argument;
-  if (path == "-") return Parse("standard input", Trimmed(ReadFile(path)));
+  if (path == "-") return Parse("standard input", ReadFile(path));
   if (is_marked || access(path.c_str(), F_OK) == 0) {
-    return Parse(path, Trimmed(ReadFile(path)));
+    return Parse(path, ReadFile(path));
   }
   if (LooksLikeHex(argument) || argument.rfind('E', 0) == 0) {
     return Parse("the record given", Trimmed(argument));

@@ -12,8 +12,9 @@
 
 namespace corvex::mvfp {
 
-// Something wrong. A fatal finding makes the driver refuse the record; the
-// others it puts up with.
+// Something wrong. With a fatal finding this is not one whole record; the
+// driver reads of some such what it can, which a person must not take for a
+// finger.
 struct Finding {
   bool fatal;
   std::string where;  // "character 12 of the text", "byte 2"
@@ -42,8 +43,8 @@ bool IsValid(const Record& record);
 
 // Reads the record that `argument` stands for: "-" is standard input, "@NAME"
 // a file, NAME a file if there is one of that name, and anything else the text
-// of the record itself: Base64, or hexadecimal digits. Throws a Failure when
-// nothing could be read.
+// of the record itself: Base64, or hexadecimal digits. Line breaks in a file
+// are no part of the text. Throws a Failure when nothing could be read.
 Record LoadRecord(const std::string& argument);
 
 }  // namespace corvex::mvfp

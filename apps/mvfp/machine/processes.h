@@ -1,6 +1,6 @@
-// What the checks see of the machine.
-#ifndef APPS_MVFP_DOCTOR_BOX_H_
-#define APPS_MVFP_DOCTOR_BOX_H_
+// The processes of this machine, as far as this user may see.
+#ifndef APPS_MVFP_MACHINE_PROCESSES_H_
+#define APPS_MVFP_MACHINE_PROCESSES_H_
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -9,39 +9,30 @@
 #include <string>
 #include <vector>
 
-namespace corvex::mvfp::doctor {
+namespace corvex::mvfp {
 
 struct Process {
   pid_t id = 0;
   std::string name;
-  uid_t user = 0;
   dev_t terminal = 0;    // the one that controls it
   long start_ticks = 0;  // since the machine's start
 
   std::string Entry(const char* below) const;  // "/proc/<id>/<below>"
 };
+using Processes = std::vector<Process>;
 
-struct Box {
-  std::vector<Process> processes;  // without this one
-  std::string driver;              // its file; "" when there is none
-  std::string directory;           // of that file
-};
-
-Box LookAround();
+// All but this one.
+Processes OtherProcesses();
 
 // The first that fits; null when none does.
 template <typename Fits>
-const Process* FindProcess(const Box& box, const Fits& fits) {
-  const auto found =
-      std::find_if(box.processes.begin(), box.processes.end(), fits);
-  return found == box.processes.end() ? nullptr : &*found;
+const Process* FindProcess(const Processes& processes, const Fits& fits) {
+  const auto found = std::find_if(processes.begin(), processes.end(), fits);
+  return found == processes.end() ? nullptr : &*found;
 }
 
 // "sleep (process 12)".
 std::string Describe(const Process& process);
-
-// The command that ends it.
-std::string EndCommand(const Process& process);
 
 // When it began, as local time.
 std::string StartOf(const Process& process);
@@ -56,6 +47,6 @@ std::vector<std::string> Descriptors(const Process& process, const char* kind);
 // What a command of the shell prints on standard output.
 std::string OutputOf(const std::string& command);
 
-}  // namespace corvex::mvfp::doctor
+}  // namespace corvex::mvfp
 
-#endif  // APPS_MVFP_DOCTOR_BOX_H_
+#endif  // APPS_MVFP_MACHINE_PROCESSES_H_

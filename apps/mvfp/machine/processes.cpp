@@ -1,4 +1,4 @@
-#include "doctor/box.h"
+#include "machine/processes.h"
 
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -11,10 +11,9 @@
 #include <memory>
 #include <regex>
 
-#include "calls/driver.h"
 #include "files.h"
 
-namespace corvex::mvfp::doctor {
+namespace corvex::mvfp {
 namespace {
 
 namespace fs = std::filesystem;
@@ -23,39 +22,15 @@ namespace fs = std::filesystem;
 constexpr size_t kTerminalField = 4;
 constexpr size_t kStartField = 19;
 
-std::vector<Process> AllProcesses() {
-  std::vector<Process> processes;
+// The paths in a directory, which may vanish meanwhile.
+std::vector<std::string> Entries(const std::string& directory) {
+  std::vector<std::string> paths;
   std::error_code error;
-  for (const auto& entry : fs::directory_iterator("/proc", error)) {
-    // "12 (sleep) S 1 ..."; a name may hold blanks and parentheses.
-    const std::string text = ReadText(entry.path() / "stat");
-    const size_t name = text.find('(') + 1;
-    const size_t end = text.rfind(')');
-    const pid_t id = atoi(text.c_str());
-    struct stat status {};
-    if (end == std::string::npos || id == getpid() ||
-        stat(entry.path().c_str(), &status) != 0) {
-      continue;
-    }
-    const std::vector<std::string> fields = Words(text.substr(end + 1));
-    processes.push_back({id, text.substr(name, end - name), status.st_uid,
-                         std::stoul(fields.at(kTerminalField)),
-                         std::stol(fields.at(kStartField))});
+  for (fs::directory_iterator entry(directory, error), end;
+       !error && entry != end; entry.increment(error)) {
+    paths.push_back(entry->path());
   }
-  return processes;
-}
-
-// The dynamic loader says which file it would take for this program, and runs
-// none of it: "libmv_fpi.so.1 => /usr/lib/libmv_fpi.so.1 (0x...)".
-std::string DriverFile() {
-  std::error_code error;
-  const fs::path program = fs::read_symlink("/proc/self/exe", error);
-  setenv("MVFP_PROGRAM", program.c_str(), 1);
-  const std::vector<std::string> words =
-      Words(OutputOf(std::string("LD_TRACE_LOADED_OBJECTS=1 LD_PRELOAD=") +
-                     kDriverFile + " exec \"$MVFP_PROGRAM\""));
-  const auto name = std::find(words.begin(), words.end(), kDriverFile);
-  return words.end() - name > 2 && *(name + 1) == "=>" ? *(name + 2) : "";
+  return paths;
 }
 
 // The other end of pseudo-terminal N says so: "tty-index: N".
@@ -72,12 +47,21 @@ bool PlaysOtherEnd(const Process& process, const struct stat& terminal) {
 
 }  // namespace
 
-Box LookAround() {
-  Box box;
-  box.processes = AllProcesses();
-  box.driver = DriverFile();
-  box.directory = fs::path(box.driver).parent_path().string();
-  return box;
+Processes OtherProcesses() {
+  Processes processes;
+  for (const std::string& path : Entries("/proc")) {
+    // "12 (sleep) S 1 ..."; a name may hold blanks and parentheses.
+    const std::string text = ReadText(path + "/stat");
+    const size_t name = text.find('(') + 1;
+    const size_t end = text.rfind(')');
+    const pid_t id = atoi(text.c_str());
+    if (end == std::string::npos || id == getpid()) continue;
+    const std::vector<std::string> fields = Words(text.substr(end + 1));
+    processes.push_back({id, text.substr(name, end - name),
+                         std::stoul(fields.at(kTerminalField)),
+                         std::stol(fields.at(kStartField))});
+  }
+  return processes;
 }
 
 std::string Process::Entry(const char* below) const {
@@ -101,11 +85,6 @@ std::string Describe(const Process& process) {
   return process.name + " (process " + std::to_string(process.id) + ")";
 }
 
-std::string EndCommand(const Process& process) {
-  const bool is_own = geteuid() == 0 || geteuid() == process.user;
-  return (is_own ? "kill " : "sudo kill ") + std::to_string(process.id);
-}
-
 std::string StartOf(const Process& process) {
   const time_t up_s = atol(ReadText("/proc/uptime").c_str());
   const time_t start =
@@ -127,12 +106,7 @@ bool UsesTerminal(const Process& process, const struct stat& terminal) {
 }
 
 std::vector<std::string> Descriptors(const Process& process, const char* kind) {
-  std::vector<std::string> descriptors;
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(process.Entry(kind), error)) {
-    descriptors.push_back(entry.path());
-  }
-  return descriptors;
+  return Entries(process.Entry(kind));
 }
 
-}  // namespace corvex::mvfp::doctor
+}  // namespace corvex::mvfp

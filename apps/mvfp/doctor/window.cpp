@@ -1,0 +1,69 @@
+#include <cx_capdlg_lib.h>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "calls/driver.h"
+#include "doctor/checks.h"
+#include "doctor/in_child.h"
+#include "machine/processes.h"
+
+namespace corvex::mvfp::doctor {
+namespace {
+
+constexpr int kDialogType = 1;
+constexpr int kTimeoutS = 5;
+constexpr useconds_t kShownUs = 1500000;
+constexpr char kPackage[] =
+    "sudo apt-get install --reinstall ./mv-fpi-prompt_*.deb";
+
+std::string WindowsProgram() {
+  Dl_info file{};
+  dladdr(FindInDriver("FG_TipsGetTemplate"), &file);
+  return std::filesystem::path(file.dli_fname).replace_filename("cx_capdlg");
+}
+
+// "" when the window's program came up and stayed.
+std::string ShowForAMoment() {
+  const auto show = MVFP_DRIVER_CALL(cx_dlg_init);
+  const auto send = MVFP_DRIVER_CALL(cx_dlg_send_data);
+  const auto end = MVFP_DRIVER_CALL(cx_dlg_uninit);
+  const std::string program = WindowsProgram();
+  if (access(program.c_str(), X_OK) != 0) return "there is no " + program;
+  if (show.run(kDialogType, kTimeoutS, program.c_str()) < 0) {
+    return program + " did not come up";
+  }
+  const std::string text = "mvfp doctor";
+  usleep(kShownUs);
+  const int sent = send.run(SMO_SET_MSG, text.c_str(),
+                            static_cast<int>(text.size()), nullptr, 0);
+  end.run();
+  return sent < 0 ? program + " came up and ended" : "";
+}
+
+}  // namespace
+
+Finding TryWindow() {
+  const Trial trial = InChild(ShowForAMoment);
+  // The toolkit says much; what comes of it stands last.
+  const size_t end = trial.said.find_last_not_of('\n');
+  const size_t begin = trial.said.rfind('\n', end) + 1;
+  const std::string said =
+      trial.said.substr(begin, end == std::string::npos ? 0 : end + 1 - begin);
+  if (trial.ended && trial.text.empty()) {
+    return said.empty() ? Finding{kOk, "window", "shown for a moment", ""}
+                        : Finding{kNote, "window", said, ""};
+  }
+  if (OutputOf("command -v pgrep").empty()) {
+    return {kNote, "window", "pgrep is missing, by which the driver finds it",
+            "sudo apt-get install procps"};
+  }
+  const std::string why =
+      (trial.ended ? trial.text : "showing it " + trial.text) +
+      (said.empty() ? "" : ": " + said);
+  return {kNote, "window", "guided enrolment goes on without it: " + why,
+          kPackage};
+}
+
+}  // namespace corvex::mvfp::doctor

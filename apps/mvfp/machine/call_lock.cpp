@@ -1,0 +1,97 @@
+#include "machine/call_lock.h"
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <regex>
+
+#include "cx_file_lock/cx_file_lock.h"
+#include "files.h"
+#include "machine/processes.h"
+
+namespace corvex::mvfp {
+namespace {
+
+// Who took the lock, from what the kernel says of locks:
+// "1: FLOCK ADVISORY WRITE 12 00:2b:5 0 EOF". Locks of other kinds do not keep
+// a call out, and an arrow before the kind marks those who wait.
+std::optional<pid_t> TakerIn(const std::string& path) {
+  struct stat status {};
+  if (stat(kCallLockPath, &status) != 0) return std::nullopt;
+  std::array<char, 64> file{};
+  snprintf(file.data(), file.size(), "%02x:%02x:%lu", major(status.st_dev),
+           minor(status.st_dev), status.st_ino);
+  const std::string text = ReadText(path);
+  const std::regex line(std::string(": FLOCK .* ([0-9]+) ") + file.data() +
+                        " ");
+  std::smatch found;
+  if (!std::regex_search(text, found, line)) return std::nullopt;
+  return atoi(found[1].str().c_str());
+}
+
+// A process that has the lock: the one that took it, else one that got it from
+// there. Null when this user may not see any.
+const Process* FindHolder(const Processes& processes, pid_t* taker) {
+  const Process* holder = nullptr;
+  for (const Process& process : processes) {
+    for (const std::string& info : Descriptors(process, "fdinfo")) {
+      const auto found = TakerIn(info);
+      if (!found) continue;
+      *taker = *found;
+      if (holder == nullptr || process.id == *taker) holder = &process;
+    }
+  }
+  if (holder != nullptr) return holder;
+  *taker = TakerIn("/proc/locks").value_or(0);
+  return FindProcess(
+      processes, [&](const Process& process) { return process.id == *taker; });
+}
+
+std::string DescribeHolder() {
+  const Processes processes = OtherProcesses();
+  pid_t taker = 0;
+  const Process* const holder = FindHolder(processes, &taker);
+  if (holder == nullptr) return "held by a process that only root may see";
+  const std::string who =
+      Describe(*holder) + ", which runs since " + StartOf(*holder);
+  return holder->id == taker
+             ? "held by a call of " + who
+             : "left over from a call whose process has ended, and kept by " +
+                   who + ", until that ends";
+}
+
+}  // namespace
+
+LockTrouble ExplainLock(int error) {
+  if (error == EWOULDBLOCK) return {true, DescribeHolder(), ""};
+  const std::string path = kCallLockPath;
+  struct stat file {};
+  if (lstat(kCallLockPath, &file) != 0) {
+    return {false, "cannot make " + path + ": " + strerror(error),
+            "findmnt -T /tmp"};
+  }
+  if (S_ISLNK(file.st_mode)) {
+    return {false, path + " is a link, which no call follows",
+            "sudo rm " + path};
+  }
+  const bool lacks_rights = error == EACCES && S_ISREG(file.st_mode);
+  return {false, "cannot open " + path + ": " + strerror(error),
+          (lacks_rights ? "sudo chmod 666 " : "ls -l ") + path};
+}
+
+int TryCallLock() {
+  const int32_t lock = cx_file_lock();
+  if (lock < 0) return errno;
+  cx_file_unlock(lock);
+  return 0;
+}
+
+bool IsCallLockHeld() { return TakerIn("/proc/locks").has_value(); }
+
+}  // namespace corvex::mvfp
