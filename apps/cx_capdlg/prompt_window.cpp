@@ -135,7 +135,9 @@ void PromptWindow::ShowEnding() {
   cancel_->setText(words_.close);
   cancel_->setShortcut(Qt::Key_Escape);  // which a new text takes away
   cancel_->setAccessibleName({});
-  QTimer::singleShot(kFarewell, this, &QWidget::close);
+  poll_.disconnect();
+  connect(&poll_, &QTimer::timeout, this, &QWidget::close);
+  poll_.start(kFarewell);
 }
 
 // The driver repeats its text twice a second; only a new one is news, above all

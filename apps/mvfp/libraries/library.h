@@ -42,6 +42,6 @@ class LibraryFunction<Result(Arguments...)> {
 
 // Defines, in this namespace, what stands for the function of that name.
 #define MVFP_LIBRARY_FUNCTION(library, name) \
-  inline LibraryFunction<decltype(::name)> name { library, #name }
+  inline LibraryFunction<decltype(::name)> name(library, #name)
 
 #endif  // APPS_MVFP_LIBRARIES_LIBRARY_H_
