@@ -219,9 +219,7 @@ void Store(const Options& options, Enrolment* enrolment) {
   }
   GalleryFile gallery(options.gallery, GalleryFile::kWrites);
   gallery.Add({{0, options.id, options.finger, record, ""}});
-  enrolment->stored = {{"id", options.id},
-                       {"finger", options.finger},
-                       {"gallery", gallery.Path()}};
+  enrolment->stored = Stored{options.id, options.finger, gallery.Path()};
 }
 
 void WriteReceipt(const Options& options, const Enrolment& enrolment,
@@ -241,7 +239,7 @@ int Deliver(const Report& report, const Options& options,
   Json fields = Json::object();
   std::string text;
   if (!options.id.empty()) {
-    fields = enrolment.stored;
+    fields = StoredOf(enrolment);
     text = "added " + options.id + ", " + options.finger + "\n";
   } else {
     fields["template"] = enrolment.text;

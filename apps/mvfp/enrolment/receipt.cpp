@@ -105,6 +105,13 @@ Json AskReader(const DeviceOptions& options) {
           {"serial_number", Ask(options, MVFP_DRIVER_CALL(FG_GetDevSn))}};
 }
 
+Json StoredOf(const Enrolment& enrolment) {
+  if (!enrolment.stored) return nullptr;
+  return {{"id", enrolment.stored->id},
+          {"finger", enrolment.stored->finger},
+          {"gallery", enrolment.stored->gallery}};
+}
+
 Json ReceiptOf(const Enrolment& enrolment, const Json& reader) {
   return {{"when", Now()},
           {"outcome", enrolment.outcome},
@@ -114,7 +121,7 @@ Json ReceiptOf(const Enrolment& enrolment, const Json& reader) {
           {"template", TemplateOf(enrolment)},
           {"check", CheckOf(enrolment)},
           {"enrolled_as", TwinOf(enrolment)},
-          {"stored", enrolment.stored},
+          {"stored", StoredOf(enrolment)},
           {"warnings", enrolment.warnings},
           {"versions", {{"mvfp", MVFP_VERSION}, {"driver", DriverVersion()}}}};
 }

@@ -20,18 +20,27 @@ struct HeldOut {
   int level;  // the highest that it passes
 };
 
+struct Stored {
+  std::string id;
+  std::string finger;
+  std::string gallery;
+};
+
 struct Enrolment {
   std::string text;                // the template
   std::optional<Presses> presses;  // unless the driver took them
   std::optional<HeldOut> check;
   std::optional<Hit> twin;  // the same finger under another id
   std::vector<std::string> warnings;
-  Json stored = nullptr;  // where in a gallery
-  std::string outcome;    // "kept", or why it was not
+  std::optional<Stored> stored;
+  std::string outcome;  // "kept", or why it was not
 };
 
 // The reader's version and serial number, null where it does not tell.
 Json AskReader(const DeviceOptions& options);
+
+// Null where it was not stored.
+Json StoredOf(const Enrolment& enrolment);
 
 Json ReceiptOf(const Enrolment& enrolment, const Json& reader);
 
