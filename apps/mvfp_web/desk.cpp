@@ -124,13 +124,14 @@ void Desk::Drop(Counter* counter,
 }
 
 void Desk::Begin(Counter* counter) {
-  const Call& call = counter->now->call;
+  const Call call = counter->now->call;
   counter->worker = std::make_unique<Worker>(
-      call.job,
       [this, counter](const Outcome& outcome) { Finish(counter, outcome); });
-  if (call.timeout_s == 0) return;
-  Tell(counter, "waiting");
-  counter->second.start();
+  if (call.timeout_s > 0) {
+    Tell(counter, "waiting");
+    counter->second.start();
+  }
+  counter->worker->Start(call.job);
 }
 
 void Desk::Tell(Counter* counter, const char* state) {

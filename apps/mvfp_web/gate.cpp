@@ -1,7 +1,5 @@
 #include "mvfp_web/gate.h"
 
-#include <QTcpSocket>
-#include <QTimer>
 #include <chrono>
 #include <cstdio>
 #include <utility>
@@ -12,6 +10,7 @@ namespace corvex::mvfp_web {
 namespace {
 
 constexpr auto kHandshakeTime = std::chrono::seconds(5);
+constexpr auto kSweepTime = std::chrono::seconds(1);
 constexpr int kMostWaiting = 32;
 
 void SayRefused(const QByteArray& status, const QByteArray& why) {
@@ -37,6 +36,8 @@ Gate::Gate(const Settings& settings, Welcome welcome)
   library_.setHandshakeTimeout(kHandshakeTime);
   connect(&library_, &QWebSocketServer::newConnection, this,
           [this] { TakeOver(); });
+  sweep_.setInterval(kSweepTime);
+  sweep_.callOnTimeout([this] { Sweep(); });
 }
 
 QString Gate::Listen() {
@@ -65,17 +66,26 @@ void Gate::Accept(QTcpServer* server, const QByteArrayList& hosts) {
   while (QTcpSocket* const socket = server->nextPendingConnection()) {
     socket->setParent(this);
     socket->setReadBufferSize(kLongestHead);
-    waiting_.append(socket);
+    waiting_.append({socket, QDeadlineTimer(kHandshakeTime)});
     connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-      waiting_.removeOne(socket);
+      Forget(socket);
       socket->deleteLater();
     });
     connect(socket, &QTcpSocket::readyRead, this,
             [this, socket, hosts] { Look(socket, hosts); });
-    QTimer::singleShot(kHandshakeTime, socket, [this, socket] {
-      if (waiting_.contains(socket)) socket->abort();
-    });
-    if (waiting_.size() > kMostWaiting) waiting_.first()->abort();
+    if (waiting_.size() > kMostWaiting) waiting_.first().socket->abort();
+  }
+  if (!sweep_.isActive()) sweep_.start();
+}
+
+void Gate::Forget(const QTcpSocket* socket) {
+  waiting_.removeIf([&](const Knock& knock) { return knock.socket == socket; });
+  if (waiting_.isEmpty()) sweep_.stop();
+}
+
+void Gate::Sweep() {
+  while (!waiting_.isEmpty() && waiting_.first().limit.hasExpired()) {
+    waiting_.first().socket->abort();
   }
 }
 
@@ -90,7 +100,7 @@ void Gate::Look(QTcpSocket* socket, const QByteArrayList& hosts) {
     return;
   }
   disconnect(socket, nullptr, this, nullptr);
-  waiting_.removeOne(socket);
+  Forget(socket);
   socket->setReadBufferSize(0);
   library_.handleConnection(socket);
 }

@@ -4,9 +4,12 @@
 #define APPS_MVFP_WEB_GATE_H_
 
 #include <QByteArrayList>
+#include <QDeadlineTimer>
 #include <QList>
 #include <QObject>
 #include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
 #include <QWebSocket>
 #include <QWebSocketServer>
 #include <functional>
@@ -28,16 +31,25 @@ class Gate : public QObject {
   QString Listen();
 
  private:
+  // One who has connected, and by when it must have said what it wants.
+  struct Knock {
+    QTcpSocket* socket;
+    QDeadlineTimer limit;
+  };
+
   QString ListenOn(const QHostAddress& address, const QByteArray& name);
   void Accept(QTcpServer* server, const QByteArrayList& hosts);
   void Look(QTcpSocket* socket, const QByteArrayList& hosts);
+  void Forget(const QTcpSocket* socket);
+  void Sweep();
   void TakeOver();
 
   const Settings& settings_;
   const Welcome welcome_;
   QWebSocketServer library_;
   // The oldest first. Those that the library has been given are not here.
-  QList<QTcpSocket*> waiting_;
+  QList<Knock> waiting_;
+  QTimer sweep_;
 };
 
 }  // namespace corvex::mvfp_web

@@ -15,8 +15,7 @@ namespace {
 
 // mvfp lets the reader finish its sentence; asked again it does not, and
 // restores the port at once. The kernel ends the driver's process with it.
-constexpr auto kAskAgain = std::chrono::milliseconds(500);
-constexpr auto kInsist = std::chrono::milliseconds(750);
+constexpr auto kPatience = std::chrono::milliseconds(400);
 
 // The beginning of the child: it may call what a signal handler may.
 void BecomeWorker(pid_t parent) {
@@ -52,7 +51,7 @@ class Worker::MemoryFile {
   bool written_;
 };
 
-Worker::Worker(Job job, Done done) : done_(std::move(done)) {
+Worker::Worker(Done done) : done_(std::move(done)) {
   connect(&process_, &QProcess::errorOccurred, this,
           [this](QProcess::ProcessError error) {
             if (error == QProcess::FailedToStart)
@@ -72,9 +71,11 @@ Worker::Worker(Job job, Done done) : done_(std::move(done)) {
     hung_ = true;
     End();
   });
-  limit_.start(job.most);
-  // The caller is to have this object before it hears of it.
-  QTimer::singleShot(0, this, [this, job = std::move(job)] { Start(job); });
+  patience_.setInterval(kPatience);
+  patience_.callOnTimeout([this] {
+    asked_again_ ? process_.kill() : process_.terminate();
+    asked_again_ = true;
+  });
 }
 
 Worker::~Worker() {
@@ -83,7 +84,6 @@ Worker::~Worker() {
 }
 
 void Worker::Start(const Job& job) {
-  if (ending_) return Finish({Outcome::kEnded, {}});
   QStringList arguments = job.arguments;
   for (const QString& record : job.records) {
     const MemoryFile& file = records_.emplace_back(record.toLatin1());
@@ -98,6 +98,7 @@ void Worker::Start(const Job& job) {
     BecomeWorker(parent);
     for (const MemoryFile& file : records_) file.Inherit();
   });
+  limit_.start(job.most);
   process_.start();
 }
 
@@ -105,12 +106,12 @@ void Worker::End() {
   if (ending_) return;
   ending_ = true;
   process_.terminate();
-  QTimer::singleShot(kAskAgain, this, [this] { process_.terminate(); });
-  QTimer::singleShot(kInsist, this, [this] { process_.kill(); });
+  patience_.start();
 }
 
 void Worker::Finish(const Outcome& outcome) {
   limit_.stop();
+  patience_.stop();
   const Done done = std::exchange(done_, nullptr);
   if (done) done(outcome);
 }

@@ -33,10 +33,11 @@ class Worker : public QObject {
  public:
   using Done = std::function<void(const Outcome&)>;
 
-  // `done` is called once, never from within the constructor, and may destroy
-  // the worker.
-  Worker(Job job, Done done);
+  // `done` is called once, from Start at the earliest.
+  explicit Worker(Done done);
   ~Worker() override;
+
+  void Start(const Job& job);
 
   // Asks the call to end, and after a while ends it: within a second lock, port
   // and window are free, and `done` has been called.
@@ -46,14 +47,15 @@ class Worker : public QObject {
  private:
   class MemoryFile;
 
-  void Start(const Job& job);
   void Finish(const Outcome& outcome);
 
   QProcess process_;
   std::list<MemoryFile> records_;
   QTimer limit_;
+  QTimer patience_;
   Done done_;
   bool ending_ = false;
+  bool asked_again_ = false;
   bool hung_ = false;
 };
 
