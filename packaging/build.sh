@@ -27,7 +27,8 @@ postgresql=$(packaging/postgresql-headers.sh "$1")
 shift
 
 cmake --preset "$preset" -B "$build" -DMV_BUILD_TESTS=OFF \
-  -DMV_BUILD_BENCH=OFF -DMV_BUILD_PROMPT=ON -DMV_BUILD_WEB=ON -DMV_OLD_RUNTIME="$runtime" \
+  -DMV_BUILD_BENCH=OFF -DMV_BUILD_PROMPT=ON -DMV_BUILD_WEB=ON \
+  -DMV_OLD_RUNTIME="$runtime" \
   -DMV_POSTGRESQL_INCLUDE="$postgresql" \
   -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" \
   "$@" >/dev/null

@@ -12,17 +12,20 @@
 #include <memory>
 #include <utility>
 
+#include "mvfp_web/check.h"
 #include "mvfp_web/gate.h"
 #include "mvfp_web/page.h"
 
 namespace {
 
+using corvex::mvfp_web::CheckService;
 using corvex::mvfp_web::Desk;
 using corvex::mvfp_web::Gate;
 using corvex::mvfp_web::Page;
 using corvex::mvfp_web::ReadSettings;
 using corvex::mvfp_web::Settings;
 
+constexpr int kExitUnwell = 1;
 constexpr int kExitFailed = 4;
 constexpr size_t kMostPages = 32;
 
@@ -90,6 +93,7 @@ int main(int argc, char** argv) {
   if (!ReadSettings(argc, argv, &settings, &exit_code)) return exit_code;
   const int signals = TakeSignals();
   QCoreApplication app(argc, argv);
+  if (settings.check) return CheckService(settings) ? 0 : kExitUnwell;
   Service service(settings);
   const QString trouble = service.Listen();
   if (!trouble.isEmpty()) {

@@ -25,11 +25,13 @@ SIGTERM ends the calls that run, and then the service: within a second the
 reader is free.
 
 Exit codes:
-  0  ended by SIGTERM or SIGINT
+  0  ended by SIGTERM or SIGINT; with --check: all is well
+  1  with --check: something is wrong
   2  bad option or configuration file
   4  the port cannot be bound
 
 Examples:
+  mvfp-web --check
   mvfp-web --allow-origin http://localhost:8080 --reader ttyUSB0
   systemctl --user enable --now mv-fpi-web
 )";
@@ -62,6 +64,9 @@ void AddOptions(CLI::App* app, Settings* settings, Given* given) {
                   "Branch of the switch box before the reader: A, B, C or K")
       ->check(CLI::IsMember({"A", "B", "C", "K"}))
       ->type_name("LETTER");
+  app->add_flag("--check", settings->check,
+                "Start nothing; knock at the running service as the listed "
+                "pages would");
   app->add_option("--gallery", given->gallery,
                   "Let pages search this gallery of mvfp")
       ->type_name("FILE");

@@ -14,7 +14,8 @@ struct Settings {
   QStringList origins;    // allowed, exactly as a browser sends them
   QString reader;         // its serial port; "" asks mvfp's environment
   QString box;
-  QString gallery;  // "" when pages may search nobody
+  bool check = false;  // only look whether a running service serves them
+  QString gallery;     // "" when pages may search nobody
 };
 
 // Reads command line and configuration file. Returns false when the program is

@@ -26,9 +26,9 @@ void BecomeWorker(pid_t parent) {
   if (getppid() != parent) _exit(0);
 }
 
-QString ToolPath() { return QCoreApplication::applicationDirPath() + "/mvfp"; }
-
 }  // namespace
+
+QString ToolPath() { return QCoreApplication::applicationDirPath() + "/mvfp"; }
 
 // A file that nobody else can open, and that is gone with its last user.
 class Worker::MemoryFile {

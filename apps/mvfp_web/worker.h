@@ -29,6 +29,9 @@ struct Outcome {
   QJsonObject reply;  // of kReply: what mvfp --json printed
 };
 
+// The mvfp that lies beside this program.
+QString ToolPath();
+
 class Worker : public QObject {
  public:
   using Done = std::function<void(const Outcome&)>;

@@ -164,6 +164,13 @@ class Calls(unittest.TestCase):
             while window_is_open():
                 pass
 
+    def test_check_knocks_at_the_running_service(self):
+        with Terminal() as terminal:
+            self.assertEqual((0, "page"), terminal.check(ORIGIN))
+            self.assertEqual((1, "page"), terminal.check("https://evil.test"))
+            terminal.stop()
+            self.assertEqual((1, "service"), terminal.check(ORIGIN))
+
     def test_records_are_not_seen_or_logged(self):
         with Terminal(tool='#!/bin/sh\nprintf \'{"ok":true,"line":"%s"}\' "$*"\n'
                       ) as terminal:

@@ -87,6 +87,15 @@ class Terminal:
             [OUT / "mvfp", "version", "--port", self.device],
             capture_output=True, text=True).stdout.strip()
 
+    def check(self, origin):
+        """The status of --check, and what its last finding is about."""
+        run = subprocess.run(
+            [self.program, "--check", f"--port={self.port}",
+             "--config=/dev/null", f"--allow-origin={origin}"],
+            capture_output=True, text=True)
+        findings = re.findall(r"^(?:ok|problem) +(\w+)", run.stdout, re.M)
+        return run.returncode, findings[-1]
+
     def add_to_gallery(self, gallery, record, person):
         subprocess.run(
             [OUT / "mvfp", "gallery", "add", record, "--id", person,
