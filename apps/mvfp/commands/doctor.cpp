@@ -136,7 +136,7 @@ Finding Ask(const std::string& port, const DeviceOptions& options) {
 }
 
 std::vector<std::string> PortsFor(const Options& options, Findings* findings) {
-  const auto ports =
+  auto ports =
       options.port.empty() ? LikelyPorts() : std::vector{PortOf(options)};
   if (ports.empty()) {
     findings->Add(

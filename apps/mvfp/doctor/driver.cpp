@@ -42,7 +42,8 @@ std::string LoadedDriver() {
 
 // Why dlopen, which the driver uses, does not take it.
 std::string WhyNotLoaded(const std::string& path) {
-  if (dlopen(path.c_str(), RTLD_NOW) == nullptr) return dlerror();
+  void* const library = dlopen(path.c_str(), RTLD_NOW);
+  if (library == nullptr) return dlerror();
   return "it loads, but lacks an entry point or does not start; the day's log "
          "says which: mvfp log on";
 }

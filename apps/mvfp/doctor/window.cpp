@@ -2,7 +2,9 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "calls/driver.h"
 #include "doctor/checks.h"
@@ -14,7 +16,7 @@ namespace {
 
 constexpr int kDialogType = 1;
 constexpr int kTimeoutS = 5;
-constexpr useconds_t kShownUs = 1500000;
+constexpr auto kShown = std::chrono::milliseconds(1500);
 constexpr char kPackage[] =
     "sudo apt-get install --reinstall ./mv-fpi-prompt_*.deb";
 
@@ -35,7 +37,7 @@ std::string ShowForAMoment() {
     return program + " did not come up";
   }
   const std::string text = "mvfp doctor";
-  usleep(kShownUs);
+  std::this_thread::sleep_for(kShown);
   const int sent = send.run(SMO_SET_MSG, text.c_str(),
                             static_cast<int>(text.size()), nullptr, 0);
   end.run();
