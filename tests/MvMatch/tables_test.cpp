@@ -48,7 +48,8 @@ struct Prints {
 
   std::vector<uint8_t> RowsBy(corvex::MakeRowsFn make) {
     make(&scratch.rows, &first);
-    return {first.rows, first.rows + corvex::kRows * first.row_bytes};
+    const uint8_t* const rows = first.rows.Data();
+    return {rows, rows + corvex::kRows * first.row_bytes};
   }
   // Words by place.
   std::map<uint32_t, uint64_t> HitsBy(corvex::CollectNarrowFn collect) {
