@@ -198,10 +198,12 @@ void Vote(const FirstPrint& first, const SecondPrint& second,
     const int32_t ty1 = p.y[r.from] - q.y[v.from];
     const int32_t tx2 = p.x[r.to] - q.x[v.to];
     const int32_t ty2 = p.y[r.to] - q.y[v.to];
-    if ((AgreeOnOffset(tx1, tx2) & AgreeOnOffset(ty1, ty2)) == 0) continue;
-    const auto score = static_cast<int16_t>(ScoreOf(candidates.packed[i]));
-    const int32_t x_bin = (tx1 + tx2) / 2 + kMaxOffsetCells;
-    const int32_t y_bin = (ty1 + ty2) / 2 + kMaxOffsetCells;
+    // Without a branch: where they disagree, bin 0 gets nothing.
+    const int32_t agree = -(AgreeOnOffset(tx1, tx2) & AgreeOnOffset(ty1, ty2));
+    const auto score = static_cast<int16_t>(
+        static_cast<int32_t>(ScoreOf(candidates.packed[i])) & agree);
+    const int32_t x_bin = ((tx1 + tx2) / 2 + kMaxOffsetCells) & agree;
+    const int32_t y_bin = ((ty1 + ty2) / 2 + kMaxOffsetCells) & agree;
     space->x_votes[x_bin] = static_cast<int16_t>(space->x_votes[x_bin] + score);
     space->y_votes[y_bin] = static_cast<int16_t>(space->y_votes[y_bin] + score);
   }

@@ -10,7 +10,6 @@ namespace {
 
 constexpr int32_t kHalf = kMaxAngleDifferenceDegrees;
 constexpr int32_t kWindow = 2 * kHalf + 1;
-constexpr int32_t kAngles = kFullTurnDegrees + 2 * kHalf;
 
 // One source for narrow and wide registers. A column is passed by reference:
 // how wide vectors are passed by value depends on the processor.
@@ -42,71 +41,82 @@ struct Rows {
                 angle + kHalf * kBytes, kHalf * kBytes);
   }
 
-  // tail[i]: all angles from i to the end of its block of 25.
-  static void CollectTails(const uint8_t* angle, uint8_t* tail) {
-    for (int32_t end = kAngles; end > 0;) {
-      const int32_t begin = (end - 1) / kWindow * kWindow;
-      Column carried{};
-      for (int32_t i = end - 1; i >= begin; --i) {
-        Unite(angle + i * kBytes, &carried);
-        std::memcpy(tail + i * kBytes, &carried, sizeof carried);
-      }
-      end = begin;
-    }
-  }
-
   // Each row gets the 25 angles around its own, and the opposite one. 25
   // angles are the tail of one block of 25 and the head of the next, and
   // either is one step more than its neighbour's.
-  static void Spread(const uint8_t* angle, const uint8_t* tail,
-                     int32_t row_bytes, uint8_t* row) {
+  static void Spread(const uint8_t* angle, int32_t row_bytes, uint8_t* row) {
     for (int32_t block = 0; block < kFullTurnDegrees; block += kWindow) {
-      const int32_t end = std::min(block + kWindow, kFullTurnDegrees);
+      Column tail[kWindow + 1];
+      tail[kWindow] = Column{};
+      for (int32_t i = kWindow - 1; i >= 0; --i) {
+        tail[i] = tail[i + 1];
+        Unite(angle + (block + i) * kBytes, &tail[i]);
+      }
+      const int32_t end = std::min(kWindow, kFullTurnDegrees - block);
       Column head{};
-      for (int32_t i = block; i < end; ++i, row += row_bytes) {
-        Column all = head;
-        Unite(tail + i * kBytes, &all);
-        Unite(angle + (OppositeOf(i) + kHalf) * kBytes, &all);
+      for (int32_t i = 0; i < end; ++i, row += row_bytes) {
+        Column all = head | tail[i];
+        Unite(angle + (OppositeOf(block + i) + kHalf) * kBytes, &all);
         std::memcpy(row, &all, sizeof all);
-        Unite(angle + (i + kWindow) * kBytes, &head);
+        Unite(angle + (block + i + kWindow) * kBytes, &head);
       }
     }
   }
 
-  static void Make(RowScratch* scratch, FirstPrint* print) {
+  // The columns of half a row that begin at byte `begin`, while they are whole.
+  // Returns where the next one would begin.
+  static int32_t MakeColumns(int32_t begin, RowScratch* scratch,
+                             FirstPrint* print) {
     const int32_t half = print->row_bytes / 2;
-    for (int32_t at = 0; at < half; at += kBytes) {
+    uint8_t* const angle = scratch->angle.Data();
+    uint8_t* const rows = print->rows.Data();
+    int32_t at = begin;
+    for (; at + kBytes <= half; at += kBytes) {
       for (int32_t order = 0; order < 2; ++order) {
-        MarkAngles(*print, 8 * at, order, scratch->angle);
-        CollectTails(scratch->angle, scratch->tail);
-        Spread(scratch->angle, scratch->tail, print->row_bytes,
-               print->rows + order * half + at);
+        MarkAngles(*print, 8 * at, order, angle);
+        Spread(angle, print->row_bytes, rows + order * half + at);
       }
     }
-    std::memcpy(print->rows + kFullTurnDegrees * print->row_bytes, print->rows,
-                static_cast<size_t>(print->row_bytes));
+    return at;
   }
 };
 
+void RepeatFirstRow(FirstPrint* print) {
+  uint8_t* const rows = print->rows.Data();
+  std::memcpy(rows + kFullTurnDegrees * print->row_bytes, rows,
+              static_cast<size_t>(print->row_bytes));
+}
+
 using NarrowColumn = uint64_t __attribute__((vector_size(16)));
 using WideColumn = uint64_t __attribute__((vector_size(32)));
+using WidestColumn = uint64_t __attribute__((vector_size(64)));
 
 }  // namespace
 
 void MakeRowsPortable(RowScratch* scratch, FirstPrint* print) {
-  Rows<NarrowColumn>::Make(scratch, print);
+  Rows<NarrowColumn>::MakeColumns(0, scratch, print);
+  RepeatFirstRow(print);
 }
 
 #if defined(__x86_64__)
 // Flattened, so that all of it is compiled for the wide registers.
 __attribute__((target("avx2"), flatten)) void MakeRowsAvx2(RowScratch* scratch,
                                                            FirstPrint* print) {
-  Rows<WideColumn>::Make(scratch, print);
+  Rows<WideColumn>::MakeColumns(0, scratch, print);
+  RepeatFirstRow(print);
+}
+
+__attribute__((target("avx512vl,avx512bw"), flatten)) void MakeRowsAvx512(
+    RowScratch* scratch, FirstPrint* print) {
+  const int32_t rest = Rows<WidestColumn>::MakeColumns(0, scratch, print);
+  Rows<WideColumn>::MakeColumns(rest, scratch, print);
+  RepeatFirstRow(print);
 }
 #endif
 
 MakeRowsFn SelectedMakeRows() {
 #if defined(__x86_64__)
+  if (HasAvx512()) return MakeRowsAvx512;
   if (HasAvx2()) return MakeRowsAvx2;
 #endif
   return MakeRowsPortable;

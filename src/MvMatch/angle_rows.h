@@ -14,6 +14,7 @@ void MakeRowsPortable(RowScratch* scratch, FirstPrint* print);
 
 #if defined(__x86_64__)
 void MakeRowsAvx2(RowScratch* scratch, FirstPrint* print);
+void MakeRowsAvx512(RowScratch* scratch, FirstPrint* print);
 #endif
 
 // The fastest that this processor runs.

@@ -20,8 +20,10 @@ namespace corvex {
 // All zero is a valid state: that of two empty prints.
 class FingerMatcher {
  public:
-  // The score, 0-100. Repeating a print as the same argument is faster.
-  int32_t Compare(const WorkingForm& first, const WorkingForm& second);
+  // The score, 0-100. Repeating a print as the same argument is faster. A
+  // score below `least` may be given as 0, as soon as that is certain.
+  int32_t Compare(const WorkingForm& first, const WorkingForm& second,
+                  int32_t least = 0);
 
  private:
   struct PairWork {

@@ -8,15 +8,6 @@
 namespace corvex {
 namespace {
 
-// So many bytes of ones, then as many of zeros.
-template <int32_t kCount>
-struct Runs {
-  uint8_t byte[2 * kCount];
-  constexpr Runs() : byte{} {
-    for (int32_t i = 0; i < kCount; ++i) byte[i] = 0xFF;
-  }
-};
-
 // The traits of the stick the other way round: ends exchanged, and what says
 // where the stick points turned by half a turn.
 Lanes Reversed(Lanes traits) {
@@ -67,15 +58,10 @@ void PlaceSticks(const MinutiaPairs& pairs, int32_t pair_count,
   }
 }
 
-// Sets `count` bits from the lowest on, and clears the others.
-void SetLowBits(int32_t count, uint64_t words[kNarrowWords]) {
-  constexpr int32_t kBytes = 8 * kNarrowWords;
-  static constexpr Runs<kBytes> kRuns;
-  const int32_t bytes = count / 8;
-  uint8_t row[kBytes + 1];
-  std::memcpy(row, kRuns.byte + kBytes - bytes, kBytes);
-  row[bytes] = static_cast<uint8_t>((1 << count % 8) - 1);
-  std::memcpy(words, row, kBytes);
+// A word's lowest bits, as many as there are of `count`.
+constexpr uint64_t LowBits(int32_t count) {
+  if (count >= 64) return ~uint64_t{0};
+  return count <= 0 ? 0 : (uint64_t{1} << count) - 1;
 }
 
 void MakeBands(const uint16_t start[kStickLengths + 1], FirstPrint* print) {
@@ -88,8 +74,11 @@ void MakeBands(const uint16_t start[kStickLengths + 1], FirstPrint* print) {
     const int32_t bits = band.end - band.begin / 8 * 8;
     print->band[code] = band;
     print->narrow &= bits <= 64 * kNarrowWords;
-    SetLowBits(std::min(bits, 64 * kNarrowWords), print->band_mask[code]);
-    print->band_mask[code][0] &= ~uint64_t{0} << band.begin % 8;
+    uint64_t* const mask = print->band_mask[code];
+    for (int32_t word = 0; word < kNarrowWords; ++word) {
+      mask[word] = LowBits(bits - 64 * word);
+    }
+    mask[0] &= ~uint64_t{0} << band.begin % 8;
   }
   print->band[kNoStick] = {};
   std::fill_n(print->band_mask[kNoStick], kNarrowWords, 0);

@@ -21,7 +21,8 @@
 
 namespace corvex {
 
-constexpr int32_t kColumnBytes = 32;  // whole vectors, whichever are used
+constexpr int32_t kColumnBytes = 32;        // half rows are whole columns
+constexpr int32_t kWidestColumnBytes = 64;  // as many as are made at once
 constexpr int32_t kColumnBits = 8 * kColumnBytes;
 
 // Bytes of half a row for so many segments.
@@ -41,6 +42,22 @@ struct Band {
   uint16_t end;
 };
 
+// Bytes from a multiple of a cache line on, wherever their owner is: wide
+// registers are slow across the border of two lines.
+template <int32_t kBytes>
+class CacheAligned {
+ public:
+  uint8_t* Data() { return room_ + Gap(); }
+  const uint8_t* Data() const { return room_ + Gap(); }
+
+ private:
+  static constexpr uintptr_t kLine = 64;
+
+  uintptr_t Gap() const { return -reinterpret_cast<uintptr_t>(room_) % kLine; }
+
+  uint8_t room_[kBytes + kLine - 1];
+};
+
 struct FirstPrint {
   MinutiaeVector minutiae;
   int32_t segment_count;
@@ -57,7 +74,7 @@ struct FirstPrint {
   StickEnds ends[2 * kMaxMinutiaPairs];
 
   // Whole words are read from a band's first byte on: some beyond the end.
-  uint8_t rows[kRows * kMaxRowBytes + 8 * kNarrowWords];
+  CacheAligned<kRows * kMaxRowBytes + 8 * kNarrowWords> rows;
 };
 
 // One column of the rows, for each angle of the circle and of what a window
@@ -65,8 +82,7 @@ struct FirstPrint {
 struct RowScratch {
   static constexpr int32_t kAngles =
       kFullTurnDegrees + 2 * kMaxAngleDifferenceDegrees + 1;
-  uint8_t angle[kAngles * kColumnBytes];
-  uint8_t tail[kAngles * kColumnBytes];
+  CacheAligned<kAngles * kWidestColumnBytes> angle;
 };
 
 // Room for work that is of no use afterwards.

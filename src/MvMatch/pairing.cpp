@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "MvMatch/pairing_kernels.h"
+#include "MvMatch/trait_differences.h"
 
 namespace corvex {
 namespace {
@@ -19,7 +20,6 @@ constexpr int32_t FloorRoot(int32_t n) {
 constexpr int32_t kMaxSquareSum =
     kMaxLengthDifferenceCells * kMaxLengthDifferenceCells +
     2 * kMaxAngleDifferenceDegrees * kMaxAngleDifferenceDegrees;
-constexpr int32_t kFactorBits = 6;
 constexpr int32_t kProducts = kBestCloseness * kFullWeightFactor + 1;
 
 // The functions that make a pair's score, by value. Closeness 0 and root 0 mean
@@ -28,7 +28,7 @@ struct Tables {
   uint8_t closeness[kMaxSquareSum + 1];
   uint8_t root[(kFullWeightFactor + 1) << kFactorBits];
   // By number of different kinds, then by the product.
-  uint8_t score[3 * kProducts];
+  uint8_t score[3][kProducts];
 };
 
 constexpr Tables MakeTables() {
@@ -46,7 +46,7 @@ constexpr Tables MakeTables() {
   for (int32_t p = 0; p < kProducts; ++p) {
     int32_t score = (kPairScoreRounding + p) >> kPairScoreShift;
     for (int32_t kinds = 0; kinds <= 2; ++kinds) {
-      t.score[kinds * kProducts + p] = static_cast<uint8_t>(score);
+      t.score[kinds][p] = static_cast<uint8_t>(score);
       score = score * kOtherKindTenths / 10;
     }
   }
@@ -61,65 +61,6 @@ static_assert(kChunkHits >= kMaxRowBytes / 8, "or one pair of a wide band");
 static_assert(kMaxHits > 2 * kChunkHits, "");
 static_assert(kCandidateRoom >= kMaxCandidates + kMaxHits, "");
 
-// Difference of two angles, folded; exactly opposite ones count as equal.
-Lanes AngleDifferences(Lanes difference) {
-  const Lanes size = Abs(difference);
-  const Lanes folded = Min(size, Splat(kFullTurnDegrees) - size);
-  return folded & (folded != Splat(kHalfTurnDegrees));
-}
-
-struct EightPairs {
-  uint16_t square_sum[kLanes];
-  int16_t factors[kLanes];  // index of Tables::root
-  int16_t kinds[kLanes];    // ends of different kind, times kProducts
-  int16_t from_rotation[kLanes];
-  int16_t to_rotation[kLanes];
-  int16_t rotation[kLanes];
-};
-
-struct MarkDifference {
-  Lanes factor;
-  Lanes other_kind;  // 0 or 1
-};
-
-MarkDifference CompareMarks(Lanes difference) {
-  const Lanes kinds = (difference + Splat(kKindMark / 2)) >> 8;
-  const Lanes weights = difference - (kinds << 8);
-  return {Max(Splat(kFullWeightFactor) - Abs(weights), Splat(0)), Abs(kinds)};
-}
-
-// Unsigned: lanes without a pair may overflow.
-UnsignedLanes Squares(Lanes n) {
-  const auto size = reinterpret_cast<UnsignedLanes>(n);
-  return size * size;
-}
-
-void CompareEight(const FirstPrint& first, const SecondPrint& second,
-                  const uint32_t* place, EightPairs* out) {
-  Lanes d[kLanes];  // differences: by pair, after the transposition by trait
-  for (int32_t k = 0; k < kLanes; ++k) {
-    d[k] = LoadLanes(&first.traits[FirstStickOf(place[k])]) -
-           LoadLanes(&second.pairs.traits[SecondStickOf(place[k])]);
-  }
-  Transpose(d);
-  const Lanes from = AngleDifferences(d[kFromAngle]);
-  const Lanes to = AngleDifferences(d[kToAngle]);
-  StoreLanes(out->square_sum,
-             Squares(from) + Squares(to) + Squares(d[kLengthCode]));
-  StoreLanes(out->rotation, Lift(d[kDirection]));
-  StoreLanes(out->from_rotation, Lift(d[kFromDirection]));
-  StoreLanes(out->to_rotation, Lift(d[kToDirection]));
-  const MarkDifference a = CompareMarks(d[kFromMark]);
-  const MarkDifference b = CompareMarks(d[kToMark]);
-  StoreLanes(out->factors, a.factor << kFactorBits | b.factor);
-  StoreLanes(out->kinds, (a.other_kind + b.other_kind) * kProducts);
-}
-
-void AddVotes(const EightPairs& e, int32_t k, uint32_t score, uint32_t* votes) {
-  votes[e.from_rotation[k]] += score;
-  votes[e.to_rotation[k]] += score;
-}
-
 void VoteAgain(const FirstPrint& first, const SecondPrint& second,
                const Candidates& candidates, uint32_t* votes) {
   const auto lift = [](int32_t d) { return d < 0 ? d + kFullTurnDegrees : d; };
@@ -133,25 +74,33 @@ void VoteAgain(const FirstPrint& first, const SecondPrint& second,
   }
 }
 
-void Score(const FirstPrint& first, const SecondPrint& second, int32_t count,
-           PairingSpace* space, Candidates* candidates) {
-  int32_t n = candidates->count;
-  for (int32_t i = 0; i < count; i += kLanes) {
-    const uint32_t* const place = space->hits.place + i;
-    EightPairs e;
-    CompareEight(first, second, place, &e);
-    const int32_t lanes = std::min(kLanes, count - i);
-    for (int32_t k = 0; k < lanes; ++k) {
-      const int32_t product =
-          kTables.closeness[e.square_sum[k]] * kTables.root[e.factors[k]];
-      const uint32_t score = kTables.score[e.kinds[k] + product];
-      AddVotes(e, k, score, space->rotation_votes);
-      candidates->packed[n] = place[k] | score;
-      candidates->rotation[n] = static_cast<uint16_t>(e.rotation[k]);
-      n += product != 0 ? 1 : 0;
-    }
+// Appends the pairs at `places` that are not rejected, with their scores.
+void Score(const TraitDifferences& d, const uint32_t* places, int32_t count,
+           uint32_t* votes, Candidates* candidates) {
+  auto n = static_cast<size_t>(candidates->count);
+  for (int32_t i = 0; i < count; ++i) {
+    const int32_t product =
+        kTables.closeness[d.square_sum[i]] * kTables.root[d.factors[i]];
+    const uint32_t score = kTables.score[d.kinds[i]][product];
+    votes[d.from_rotation[i]] += score;
+    votes[d.to_rotation[i]] += score;
+    candidates->packed[n] = places[i] | score;
+    candidates->rotation[n] = d.rotation[i];
+    n += product != 0 ? 1 : 0;
   }
-  candidates->count = n;
+  candidates->count = static_cast<int32_t>(n);
+}
+
+void ScoreAll(const FirstPrint& first, const SecondPrint& second, int32_t count,
+              PairingSpace* space, Candidates* candidates) {
+  static const CompareTraitsFn compare = SelectedCompareTraits();
+  constexpr int32_t kStep = TraitDifferences::kPairs;
+  for (int32_t i = 0; i < count; i += kStep) {
+    const int32_t step = std::min(kStep, count - i);
+    const uint32_t* const places = space->hits.place + i;
+    compare(first, second, places, step, &space->differences);
+    Score(space->differences, places, step, space->rotation_votes, candidates);
+  }
 }
 
 // The order of the tables: by first stick, then by the length of the second,
@@ -219,9 +168,9 @@ void Expand(const FirstPrint& first, const SecondPrint& second,
     int32_t n = hits.count;
     const int32_t i = TakeLowestBits(hits.word, hits.place, &n);
     // Whole vectors are compared: beyond the end, with the pair 0 of sticks 0.
-    std::fill_n(hits.place + n, kLanes, 0);
+    std::fill_n(hits.place + n, kMostLanes, 0);
     MakeRoom(i, second, space, candidates);
-    Score(first, second, i, space, candidates);
+    ScoreAll(first, second, i, space, candidates);
     hits.count = n - i;
     std::copy(hits.word + i, hits.word + n, hits.word);
     std::copy(hits.place + i, hits.place + n, hits.place);

@@ -29,10 +29,11 @@ constexpr uint32_t ScoreOf(uint32_t c) {
 // Words of rows with at least one bit set, and where they belong: the packed
 // candidate (without a score) of the word's lowest bit.
 constexpr int32_t kMaxHits = 1536;
+constexpr int32_t kMostLanes = 2 * kLanes;  // of the widest registers used
 struct Hits {
   int32_t count;
   uint64_t word[kMaxHits];
-  uint32_t place[kMaxHits + kLanes];
+  uint32_t place[kMaxHits + kMostLanes];
 };
 
 // Room to go beyond the limit before the order of the tables decides.
@@ -47,8 +48,21 @@ struct Candidates {
 
 constexpr int32_t kNoSegmentLimit = kMaxMinutiaPairs;
 
+// How the sticks of many pairs differ, each trait of all pairs in a row.
+// Rotations are 0-360 degrees.
+struct TraitDifferences {
+  static constexpr int32_t kPairs = 128;
+  uint16_t square_sum[kPairs];  // of length and angles
+  uint16_t factors[kPairs];     // both ends' weight factors, kFactorBits apart
+  uint16_t kinds[kPairs];       // ends that differ in kind
+  uint16_t from_rotation[kPairs];
+  uint16_t to_rotation[kPairs];
+  uint16_t rotation[kPairs];
+};
+
 struct PairingSpace {
   Hits hits;
+  TraitDifferences differences;
   // Once the candidates were cut, segments from here on come too late.
   int32_t segment_limit;
   uint32_t rotation_votes[kFullTurnDegrees];

@@ -26,6 +26,7 @@ void CollectNarrowPortable(const FirstPrint& first, const SecondPrint& second,
 
 CollectNarrowFn CollectNarrowKernel() {
 #if defined(__x86_64__)
+  if (HasAvx512()) return CollectNarrowAvx512;
   if (HasAvx2()) return CollectNarrowAvx2;
 #endif
   return CollectNarrowPortable;

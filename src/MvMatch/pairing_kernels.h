@@ -27,6 +27,8 @@ CollectNarrowFn CollectNarrowKernel();
 #if defined(__x86_64__)
 void CollectNarrowAvx2(const FirstPrint& first, const SecondPrint& second,
                        int32_t begin, int32_t end, Hits* hits);
+void CollectNarrowAvx512(const FirstPrint& first, const SecondPrint& second,
+                         int32_t begin, int32_t end, Hits* hits);
 #endif
 
 // The packed candidate, without a score, of a row's bit.
@@ -56,8 +58,9 @@ struct RowPair {
 };
 
 inline RowPair RowsOf(const FirstPrint& first, const StickTraits& stick) {
-  return {first.rows + stick[kFromAngle] * first.row_bytes,
-          first.rows + OppositeOf(stick[kToAngle]) * first.row_bytes};
+  const uint8_t* const rows = first.rows.Data();
+  return {rows + stick[kFromAngle] * first.row_bytes,
+          rows + OppositeOf(stick[kToAngle]) * first.row_bytes};
 }
 
 }  // namespace corvex

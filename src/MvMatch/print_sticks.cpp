@@ -63,11 +63,24 @@ void FindEight(const Fields& f, const SegmentTable& table, int32_t i, int32_t j,
   std::memcpy(out, traits, sizeof traits);
 }
 
+// Of whole vectors of numbers from 0 on.
+int16_t Largest(const int16_t* numbers, int32_t count) {
+  Lanes largest{};
+  for (int32_t i = 0; i < count; i += kLanes) {
+    largest = Max(largest, LoadLanes(numbers + i));
+  }
+  int16_t all = 0;
+  for (int32_t k = 0; k < kLanes; ++k) all = std::max<int16_t>(all, largest[k]);
+  return all;
+}
+
 void CloseFullBuckets(int32_t room, int32_t count, StickTraits* traits) {
-  uint16_t taken[kNoStick + 1] = {};
+  constexpr int32_t kWhole = (kNoStick + kLanes) / kLanes * kLanes;
+  int16_t taken[kWhole] = {};
   for (int32_t i = 0; i < count; ++i) ++taken[traits[i][kLengthCode]];
-  if (*std::max_element(taken, taken + kNoStick) <= room) return;
-  std::fill(taken, taken + kNoStick, uint16_t{0});
+  taken[kNoStick] = 0;
+  if (Largest(taken, kWhole) <= room) return;
+  std::fill(taken, taken + kWhole, int16_t{0});
   for (int32_t i = 0; i < count; ++i) {
     int16_t& code = traits[i][kLengthCode];
     if (taken[code]++ >= room) code = kNoStick;

@@ -9,6 +9,11 @@ inline bool HasAvx2() {
   return __builtin_cpu_supports("avx2") != 0 &&
          __builtin_cpu_supports("popcnt") != 0;
 }
+
+inline bool HasAvx512() {
+  return HasAvx2() && __builtin_cpu_supports("avx512vl") != 0 &&
+         __builtin_cpu_supports("avx512bw") != 0;
+}
 #endif
 
 }  // namespace corvex

@@ -113,7 +113,7 @@ class Search {
     for (size_t i = begin; i < end; ++i) {
       const Entry& entry = entries_[i];
       ConvertTransferFormat(&candidate, entry.record);
-      const int32_t score = matcher->Compare(probe_, candidate);
+      const int32_t score = matcher->Compare(probe_, candidate, least_score_);
       if (score >= least_score_) best->Add({entry.id, entry.finger, score});
     }
   }

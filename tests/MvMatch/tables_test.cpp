@@ -11,6 +11,7 @@
 #include "MvMatch/finger_matcher.h"
 #include "MvMatch/pairing_kernels.h"
 #include "MvMatch/processor.h"
+#include "MvMatch/trait_differences.h"
 #include "reference/plain_matcher.h"
 #include "reference/record_generator.h"
 
@@ -48,7 +49,8 @@ struct Prints {
 
   std::vector<uint8_t> RowsBy(corvex::MakeRowsFn make) {
     make(&scratch.rows, &first);
-    return {first.rows, first.rows + corvex::kRows * first.row_bytes};
+    const uint8_t* const rows = first.rows.Data();
+    return {rows, rows + corvex::kRows * first.row_bytes};
   }
   // Words by place.
   std::map<uint32_t, uint64_t> HitsBy(corvex::CollectNarrowFn collect) {
@@ -59,6 +61,13 @@ struct Prints {
       found[hits.place[i]] = hits.word[i];
     return found;
   }
+  // Squares of the differences where the hits begin.
+  std::vector<uint16_t> SumsBy(corvex::CompareTraitsFn compare) {
+    corvex::TraitDifferences d;
+    const int32_t count = std::min(hits.count, d.kPairs) / 16 * 16;
+    compare(first, second, hits.place, count, &d);
+    return {d.square_sum, d.square_sum + count};
+  }
 };
 
 corvex::MinutiaeVector VectorOf(const reference::Record& record) {
@@ -67,19 +76,28 @@ corvex::MinutiaeVector VectorOf(const reference::Record& record) {
   return working.minutiae;
 }
 
-TEST(WideRegisters, GiveTheSameRowsAndHits) {
+TEST(WideRegisters, GiveTheSameRowsHitsAndDifferences) {
   if (!corvex::HasAvx2()) GTEST_SKIP() << "this processor has no AVX2";
+  const bool widest = corvex::HasAvx512();
   const auto prints = std::make_unique<Prints>();
   reference::RecordGenerator generator(5);
   for (int32_t i = 0; i < 400; ++i) {
     const auto [a, b] = generator.NextPair();
     LoadFirst(VectorOf(a), &prints->scratch, &prints->first);
     LoadSecond(VectorOf(b), &prints->second);
-    ASSERT_EQ(prints->RowsBy(corvex::MakeRowsPortable),
-              prints->RowsBy(corvex::MakeRowsAvx2));
+    const auto rows = prints->RowsBy(corvex::MakeRowsPortable);
+    ASSERT_EQ(rows, prints->RowsBy(corvex::MakeRowsAvx2));
+    if (widest) {
+      ASSERT_EQ(rows, prints->RowsBy(corvex::MakeRowsAvx512));
+    }
     if (!prints->first.narrow) continue;
-    ASSERT_EQ(prints->HitsBy(corvex::CollectNarrowPortable),
-              prints->HitsBy(corvex::CollectNarrowAvx2));
+    const auto hits = prints->HitsBy(corvex::CollectNarrowPortable);
+    ASSERT_EQ(hits, prints->HitsBy(corvex::CollectNarrowAvx2));
+    if (widest) {
+      ASSERT_EQ(hits, prints->HitsBy(corvex::CollectNarrowAvx512));
+    }
+    ASSERT_EQ(prints->SumsBy(corvex::CompareTraitsPortable),
+              prints->SumsBy(corvex::CompareTraitsAvx2));
   }
 }
 #endif
