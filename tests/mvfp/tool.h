@@ -25,7 +25,6 @@ struct Finished {
 class Tool : public testing::Test {
  protected:
   Tool() {
-    support::CoverDev();
     support::LinkDevice("COM3", reader_.PortName());
     reader_.AddRecord("nothing", 1, {0x12, 0, 0});
     setenv("MVFP_PORT", "COM3", 1);

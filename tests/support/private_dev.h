@@ -9,9 +9,6 @@
 
 namespace support {
 
-// Every world's /dev is its own already.
-inline void CoverDev() {}
-
 // Makes /dev/name a link to target, as a udev rule would ("COM3", "pts/7").
 inline void LinkDevice(const std::string& name, const std::string& target) {
   ASSERT_EQ(0, symlink(target.c_str(), ("/dev/" + name).c_str())) << name;
