@@ -75,6 +75,12 @@ const Scene kScenes[] = {
     {"WindowIsMissing", "mvfp doctor --window",
      "there is no /tmp/site/cx_capdlg" MEND
      "sudo apt-get install --reinstall ./mv-fpi-prompt_*.deb\n"},
+    {"WebServiceTriesItself",
+     "cp $(which mvfp) /tmp/a; printf '#!/bin/sh\necho \"problem page    "
+     "none\"; "
+     "echo \" $ edit it\"' >/tmp/mvfp-web; chmod 755 /tmp/mvfp-web; "
+     "/tmp/a doctor --web",
+     "note    page    none" MEND "edit it\n"},
     {"LibraryCompares", "mvfp doctor --library",
      "ok      library /tmp/site/libAlgoOrva64.so\n"},
     {"PartOfALibrary",

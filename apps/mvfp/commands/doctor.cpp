@@ -31,7 +31,7 @@ root sees what other users' processes do.
 Examples:
   mvfp doctor --port ttyUSB0
   mvfp doctor --port ttyUSB0 --ask
-  mvfp doctor --window --library
+  mvfp doctor --window --library --web
   sudo mvfp doctor --json
 )"};
 
@@ -39,6 +39,7 @@ struct Options : DeviceOptions {
   bool ask = false;
   bool window = false;
   bool library = false;
+  bool web = false;
 };
 
 std::string Lines(const Finding& finding) {
@@ -149,6 +150,9 @@ std::vector<std::string> PortsFor(const Options& options, Findings* findings) {
 bool TakeSteps(const Options& options, Findings* findings) {
   const bool loads = findings->Add(doctor::TryDriver());
   if (options.library) findings->Add(doctor::TryLibrary());
+  if (options.web) {
+    for (const Finding& finding : doctor::TryWeb()) findings->Add(finding);
+  }
   std::vector<std::string> usable;
   {
     const LockStep lock(findings);
@@ -201,6 +205,8 @@ void AddDoctor(CommandLine* line) {
                 "Show the window of guided enrolment for a moment");
   app->add_flag("--library", options->library,
                 "Compare with the algorithm library");
+  app->add_flag("--web", options->web,
+                "Knock at the service for web pages as a browser does");
 }
 
 }  // namespace corvex::mvfp

@@ -4,6 +4,7 @@
 #define APPS_MVFP_DOCTOR_CHECKS_H_
 
 #include <string>
+#include <vector>
 
 namespace corvex::mvfp::doctor {
 
@@ -28,6 +29,9 @@ Finding TryLibrary();
 
 // Lets the driver show the prompt window for a moment.
 Finding TryWindow();
+
+// Lets the service for web pages try itself.
+std::vector<Finding> TryWeb();
 
 }  // namespace corvex::mvfp::doctor
 
