@@ -43,7 +43,8 @@ QString WithoutPlaces(QString text) {
 // What mvfp itself found, and no call of the driver.
 QJsonObject ToolError(const QJsonObject& reply, const QString& what,
                       bool has_records) {
-  constexpr int kUsage = 2;
+  constexpr int kNo = 1;     // not one whole record
+  constexpr int kUsage = 2;  // no record to be read at all
   constexpr int kNoPress = 3;
   const QJsonObject error = reply["error"].toObject();
   if (error.contains("signal")) {
@@ -56,7 +57,8 @@ QJsonObject ToolError(const QJsonObject& reply, const QString& what,
          "读头未从按压中得到指纹", "clean the sensor and press again",
          "请擦净传感器后重新按压"});
   }
-  if (reply["exit_code"] == kUsage && has_records) {
+  const QJsonValue exit_code = reply["exit_code"];
+  if (has_records && (exit_code == kNo || exit_code == kUsage)) {
     return OwnError(RpcCode::kRecord, what,
                     {"a record is malformed", "指纹记录格式错误",
                      "enrol or capture again", "请重新登记或采集"});

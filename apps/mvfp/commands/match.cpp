@@ -34,8 +34,9 @@ std::string FaultsOf(const Record& first, const Record& second) {
   std::string faults;
   for (const Record& record : {first, second}) {
     for (const auto& [fatal, where, what] : record.findings) {
-      const std::string fault = record.source + ": " + where + ": " + what;
-      if (faults.find(fault) == std::string::npos) faults += "; " + fault;
+      std::string fault = "; " + record.source;
+      fault.append(": ").append(where).append(": ").append(what);
+      if (faults.find(fault) == std::string::npos) faults += fault;
     }
   }
   return faults;
