@@ -9,10 +9,15 @@ int main(int argc, char** argv) {
   char message[FG_MESSAGE_BYTES] = "";
   int length;
   if (argc != 2) return 2;
-  if (FG_GetDevVersion(argv[1], "", FG_LINK_SPEED, version) != FG_OK) {
+  int result = FG_GetDevVersion(argv[1], "", FG_LINK_SPEED, version);
+  if (result != FG_OK) {
+    fprintf(stderr, "%s: the driver says %d\n", argv[1], result);
     return 1;
   }
   puts(version);
-  FG_TipsGetTemplate(argv[1], "", FG_LINK_SPEED, 1, tmpl, &length, message);
+  result =
+      FG_TipsGetTemplate(argv[1], "", FG_LINK_SPEED, 1, tmpl, &length, message);
+  if (result != FG_OK)
+    fprintf(stderr, "not enrolled: %d %s\n", result, message);
   return 0;
 }

@@ -19,6 +19,14 @@ class RecordError(MvFpiError, ValueError):
     """A text or bytes are no well-formed record."""
 
 
+class DeadlineError(MvFpiError, TimeoutError):
+    """A call took longer than its `WorkerDriver` allows, and was ended."""
+
+
+class WorkerError(MvFpiError):
+    """The process of a `WorkerDriver` ended in the midst of a call."""
+
+
 class CallError(MvFpiError):
     """A call of the driver gave a negative result.
 
@@ -31,9 +39,11 @@ class CallError(MvFpiError):
         code: int,
         message: str = "",
         meanings: Tuple[Meaning, ...] = (),
+        port: str = "",
     ) -> None:
-        super().__init__(function, code, message, meanings)
+        super().__init__(function, code, message, meanings, port)
         self.function = function  # C name of the call
+        self.port = port  # below /dev; "" of a comparison
         self.code = code
         self.message = message  # the driver's own words, or ""
         self.meanings = meanings  # the likeliest first; empty: unknown code
@@ -42,7 +52,8 @@ class CallError(MvFpiError):
         said = f" [{self.message}]" if self.message else ""
         known = ", or ".join(f"{m.meaning} ({m.name})" for m in self.meanings)
         meaning = known or "a code that this call has no meaning for"
-        return f"{self.function}: {self.code}{said}: {meaning}"
+        where = f" on {self.port}" if self.port else ""
+        return f"{self.function}{where}: {self.code}{said}: {meaning}"
 
 
 class ArgumentError(CallError, ValueError):
@@ -115,9 +126,9 @@ def _kind_of(meaning: Meaning) -> Type[CallError]:
 
 
 def error_of(
-    function: str, code: int, message: str, elapsed_ms: float
+    function: str, code: int, message: str, elapsed_ms: float, port: str = ""
 ) -> CallError:
     """The exception for a failed call."""
     found = meanings_of(function, code, message, elapsed_ms)
     kind = _kind_of(found[0]) if found else CallError
-    return kind(function, code, message, found)
+    return kind(function, code, message, found, port)

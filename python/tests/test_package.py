@@ -21,8 +21,7 @@ class Package(unittest.TestCase):
         for row in mv_fpi.meanings.MEANINGS:
             self.assertEqual(row.code, numbers.get(row.name, -99), row)
         version = (TREE / "VERSION").read_text("utf-8").strip()
-        self.assertIn(f'version = "{version}"\n',
-                      (TREE / "python/pyproject.toml").read_text("utf-8"))
+        self.assertEqual(version, mv_fpi.__version__)
 
     def test_the_argument_goes_before_the_variable(self):
         library = os.environ[mv_fpi.LIBRARY_VARIABLE]
@@ -64,7 +63,18 @@ class Package(unittest.TestCase):
                        "120001030467CB00", "120001030467C965", "128300"):
             with self.assertRaises(mv_fpi.RecordError, msg=digits):
                 Record.from_bytes(bytes.fromhex(digits))
+            # Of a dual-feature record this looks at the head alone.
+            self.assertIs(digits == "128300",
+                          mv_fpi.record._is_whole(bytes.fromhex(digits)))
         for text in ("EgA", "Eg*A", "EgAA\n", "EgAA====", "指纹", ""):
             with self.assertRaises(mv_fpi.RecordError, msg=text):
                 Record.from_text(text)
         self.assertRaises(mv_fpi.RecordError, Minutia, 256, 0, 0, 0, 1)
+
+    def test_a_file_may_break_a_record_into_lines(self):
+        path = Path("/tmp/wrapped")
+        path.write_text("EgABAwRa\r\n ZAA=\n")
+        self.assertEqual("EgABAwRaZAA=", mv_fpi.read_record(path))
+        path.write_text("EgABAwRa\n")
+        with self.assertRaisesRegex(mv_fpi.RecordError, "/tmp/wrapped: 1 min"):
+            mv_fpi.read_record(path)
