@@ -7,6 +7,7 @@
 #include <functional>
 #include <limits>
 #include <numeric>
+#include <optional>
 #include <thread>
 
 #include "long_work.h"
@@ -45,8 +46,7 @@ class Trials {
   }
 
   Calibration Run() {
-    LongWork work("comparing", total_);
-    work_ = &work;
+    work_.emplace("comparing", total_);
     const size_t threads = std::max(1U, std::thread::hardware_concurrency());
     std::vector<Part> parts(threads, Part(people_.size()));
     parts[0].reports = true;
@@ -61,8 +61,8 @@ class Trials {
     }
     Help(&parts[0]);
     for (std::thread& helper : helpers) helper.join();
-    work.Done(done_);
-    Calibration sum = CompareFingers(&work);
+    work_->Done(done_);
+    Calibration sum = CompareFingers(&*work_);
     for (const Part& part : parts) {
       sum.strangers.Add(part.strangers);
       sum.ids.Add(part.ids);
@@ -154,7 +154,7 @@ class Trials {
   const std::vector<Range> people_;
   const std::vector<Range> fingers_;
   size_t total_ = 0;  // strangers' trials; the others are few
-  LongWork* work_ = nullptr;
+  std::optional<LongWork> work_;
   std::atomic<size_t> next_{0};
   std::atomic<size_t> done_{0};
   std::atomic<bool> stopped_{false};
