@@ -11,7 +11,8 @@ set(MV_MANUAL_DIR ${CMAKE_CURRENT_BINARY_DIR}/manual)
 set(MV_COMPLETION_DIR ${CMAKE_CURRENT_BINARY_DIR}/completions)
 set(python ${Python3_EXECUTABLE} -B)
 set(modules ${manual}/roff.py ${manual}/help_text.py)
-file(MAKE_DIRECTORY ${MV_MANUAL_DIR}/1 ${MV_MANUAL_DIR}/3 ${MV_COMPLETION_DIR})
+file(MAKE_DIRECTORY ${MV_MANUAL_DIR}/1 ${MV_MANUAL_DIR}/3 ${MV_MANUAL_DIR}/5
+  ${MV_MANUAL_DIR}/7 ${MV_COMPLETION_DIR})
 set(made "")
 
 foreach(program mvfp mvfp-vreader mvfp-web cx_capdlg)
@@ -48,6 +49,17 @@ foreach(library mv_fpi mv_match cx_capdlg_lib)
     DEPENDS ${header} ${manual}/header_pages.py ${modules})
   list(APPEND made ${page})
 endforeach()
+
+foreach(name mv_fpi_lock.5 mv_fpi_log.5 mv_fpi_record.5 mv_fpi.7)
+  string(REGEX MATCH "[0-9]$" section ${name})
+  set(text ${manual}/pages/${name}.txt)
+  set(page ${MV_MANUAL_DIR}/${section}/${name}.gz)
+  add_custom_command(OUTPUT ${page}
+    COMMAND ${python} ${manual}/text_pages.py
+      ${MV_MANUAL_DIR} ${PROJECT_VERSION} ${text}
+    DEPENDS ${text} ${manual}/text_pages.py ${manual}/header_pages.py ${modules})
+  list(APPEND made ${page})
+endforeach()
 add_custom_target(manual ALL DEPENDS ${made})
 
 install(FILES ${MV_MANUAL_DIR}/1/mvfp.1.gz ${MV_MANUAL_DIR}/1/mvfp-vreader.1.gz
@@ -55,6 +67,10 @@ install(FILES ${MV_MANUAL_DIR}/1/mvfp.1.gz ${MV_MANUAL_DIR}/1/mvfp-vreader.1.gz
 install(FILES ${MV_COMPLETION_DIR}/mvfp ${MV_COMPLETION_DIR}/mvfp-vreader
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   COMPONENT tools)
+foreach(section 5 7)
+  install(DIRECTORY ${MV_MANUAL_DIR}/${section}/
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT tools)
+endforeach()
 install(DIRECTORY ${MV_MANUAL_DIR}/3/
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT dev)
 if(TARGET mvfp-web)

@@ -93,7 +93,7 @@ def page(help_):
 
 def see_also(name):
     pages = [("mvfp", 1), ("mvfp-vreader", 1), ("mvfp-web", 1),
-             ("cx_capdlg", 1), ("mv_fpi", 3)]
+             ("cx_capdlg", 1), ("mv_fpi", 3), ("mv_fpi", 7)]
     others = [page for page in pages if page[0] != name]
     return " ,\n".join(f".BR {roff.escape(o)} ({n})" for o, n in others) + "\n"
 
