@@ -32,10 +32,11 @@ foreach(dir ${triplet} "")
   list(APPEND MV_OLD_RUNTIME_COMPILE
     -isystem${MV_OLD_RUNTIME}/usr/include/${dir})
 endforeach()
-# Libraries that are headers alone, or loaded by name, are this machine's.
+# Libraries that are headers alone, loaded by name or linked whole are this
+# machine's.
 set(headers ${PROJECT_BINARY_DIR}/old-runtime-headers)
 file(MAKE_DIRECTORY ${headers})
-foreach(header CLI nlohmann sqlite3.h zconf.h zlib.h)
+foreach(header CLI nlohmann sha2.h sqlite3.h zconf.h zlib.h)
   find_path(place ${header} REQUIRED NO_CACHE)
   file(CREATE_LINK ${place}/${header} ${headers}/${header} SYMBOLIC)
   unset(place)
