@@ -1,8 +1,5 @@
 #include "long_work.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -12,7 +9,6 @@ namespace corvex::mvfp {
 namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
-constexpr char kClearLine[] = "\r\033[K";
 
 // What is done by then needs no line.
 constexpr auto kUnseen = std::chrono::milliseconds(400);
@@ -21,12 +17,6 @@ constexpr auto kBetweenShows = std::chrono::milliseconds(100);
 volatile sig_atomic_t g_signal = 0;
 
 void Remember(int number) { g_signal = number; }
-
-size_t Columns() {
-  winsize size{};
-  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0;
-  return known && size.ws_col > 0 ? size.ws_col : 80;
-}
 
 // 1234567 as 1,234,567.
 std::string Grouped(uint64_t number) {
@@ -59,10 +49,7 @@ std::string Bar(double share) {
 }  // namespace
 
 LongWork::LongWork(std::string what, size_t total)
-    : what_(std::move(what)),
-      total_(total),
-      visible_(isatty(STDERR_FILENO) != 0),
-      next_show_(start_ + kUnseen) {
+    : what_(std::move(what)), total_(total), next_show_(start_ + kUnseen) {
   g_signal = 0;
   struct sigaction action {};
   action.sa_handler = Remember;
@@ -77,14 +64,13 @@ LongWork::LongWork(std::string what, size_t total)
 }
 
 LongWork::~LongWork() {
-  if (shown_) fputs(kClearLine, stderr);
   for (size_t i = 0; i < std::size(kSignals); ++i) {
     sigaction(kSignals[i], &before_[i], nullptr);
   }
 }
 
 bool LongWork::GoesOn(size_t done) {
-  if (visible_) Show(done);
+  if (line_.IsVisible()) Show(done);
   return g_signal == 0;
 }
 
@@ -106,25 +92,22 @@ void LongWork::Show(size_t done) {
   if (now < next_show_) return;
   next_show_ = now + kBetweenShows;
   const std::chrono::duration<double> elapsed = now - start_;
-  // A line that wraps would stay.
-  const std::string line = Line(done, elapsed.count());
-  fprintf(stderr, "%s%s", kClearLine, line.substr(0, Columns() - 1).c_str());
-  shown_ = true;
+  line_.Show(Text(done, elapsed.count()));
 }
 
-std::string LongWork::Line(size_t done, double seconds) const {
+std::string LongWork::Text(size_t done, double seconds) const {
   const double rate = static_cast<double>(done) / seconds;
   const std::string pace = Grouped(static_cast<uint64_t>(rate)) + " a second";
-  if (total_ == 0) return "mvfp: " + what_ + " " + Grouped(done) + ", " + pace;
+  if (total_ == 0) return what_ + " " + Grouped(done) + ", " + pace;
   const double share = static_cast<double>(done) / static_cast<double>(total_);
-  std::string line = "mvfp: " + what_ + " [" + Bar(share) + "] " +
+  std::string text = what_ + " [" + Bar(share) + "] " +
                      std::to_string(static_cast<int>(100 * share)) + " %, " +
                      pace;
   if (done > 0) {
-    line +=
+    text +=
         ", " + Duration(static_cast<double>(total_ - done) / rate) + " left";
   }
-  return line;
+  return text;
 }
 
 }  // namespace corvex::mvfp

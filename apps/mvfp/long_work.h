@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <string>
 
+#include "calls/wait_line.h"
 #include "report.h"
 
 namespace corvex::mvfp {
@@ -34,14 +35,13 @@ class LongWork {
   using Clock = std::chrono::steady_clock;
 
   void Show(size_t done);
-  std::string Line(size_t done, double seconds) const;
+  std::string Text(size_t done, double seconds) const;
 
   const std::string what_;
   const size_t total_;
-  const bool visible_;
   const Clock::time_point start_ = Clock::now();
   Clock::time_point next_show_;
-  bool shown_ = false;
+  WaitLine line_;
   struct sigaction before_[3];
 };
 

@@ -1,8 +1,6 @@
 // capture, and every wait for presses.
 #include "commands/capture.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -12,6 +10,7 @@
 #include "calls/day_log.h"
 #include "calls/driver.h"
 #include "calls/result_codes.h"
+#include "calls/wait_line.h"
 #include "commands/commands.h"
 #include "files.h"
 
@@ -45,23 +44,17 @@ class Progress {
   // `prompt` is for a call that awaits one thing.
   Progress(int presses, int timeout_s, std::string prompt)
       : presses_(presses), timeout_s_(timeout_s), prompt_(std::move(prompt)) {}
-  ~Progress() {
-    if (visible_) fputs(kClearLine, stderr);
-  }
 
   void Update(pid_t worker, long elapsed_ms) {
-    if (!visible_) return;
+    if (!line_.IsVisible()) return;
     for (const std::string& line : log_.Poll()) {
       if (TellsOfRecord(line, worker)) ++taken_;
     }
     const long left_s = std::max(0L, timeout_s_ - elapsed_ms / 1000);
-    fprintf(stderr, "%smvfp: %s (%ld s left)", kClearLine, Prompt().c_str(),
-            left_s);
+    line_.Show(Prompt() + " (" + std::to_string(left_s) + " s left)");
   }
 
  private:
-  static constexpr char kClearLine[] = "\r\033[K";
-
   // A reply with more than this many bytes is a record, so a press was taken.
   static constexpr int kLongestNoRecord = 16;
 
@@ -83,7 +76,7 @@ class Progress {
            std::to_string(taken_ + 1) + " of " + std::to_string(presses_);
   }
 
-  const bool visible_ = isatty(STDERR_FILENO) != 0;
+  WaitLine line_;
   const int presses_;
   const int timeout_s_;
   const std::string prompt_;

@@ -87,7 +87,7 @@ std::string TextOf(const std::string& record) {
 }
 
 int Add(const Report& report, const Options& options) {
-  const Record loaded = LoadRecord(options.file);
+  const Record loaded = LoadWholeRecord(options.file);
   std::string problem;
   const std::string record = RecordOf(loaded.text, &problem);
   if (!problem.empty()) {

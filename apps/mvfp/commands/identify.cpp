@@ -51,7 +51,7 @@ int Identify(const Report& report, const Options& options) {
   }
   const std::string probe = options.record.empty()
                                 ? CaptureFeature(options)
-                                : LoadRecord(options.record).text;
+                                : LoadWholeRecord(options.record).text;
   Json found = Json::array();
   std::ostringstream text;
   for (const Hit& hit : gallery.Search(probe, options.level, options.best)) {

@@ -201,4 +201,15 @@ Record LoadRecord(const std::string& argument) {
   throw UsageFailure("there is no file \"" + argument + "\"", kSources);
 }
 
+Record LoadWholeRecord(const std::string& argument) {
+  Record record = LoadRecord(argument);
+  for (const auto& [fatal, where, what] : record.findings) {
+    if (!fatal) continue;
+    std::string fault = record.source;
+    fault.append(": ").append(where).append(": ").append(what);
+    throw Failure{fault, "look at it: mvfp inspect " + argument, kExitNo};
+  }
+  return record;
+}
+
 }  // namespace corvex::mvfp

@@ -47,6 +47,9 @@ bool IsValid(const Record& record);
 // are no part of the text. Throws a Failure when nothing could be read.
 Record LoadRecord(const std::string& argument);
 
+// The same; throws a Failure, too, where it is not one whole record.
+Record LoadWholeRecord(const std::string& argument);
+
 }  // namespace corvex::mvfp
 
 #endif  // APPS_MVFP_RECORDS_RECORD_H_
