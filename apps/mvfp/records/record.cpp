@@ -207,7 +207,7 @@ Record LoadWholeRecord(const std::string& argument) {
     if (!fatal) continue;
     std::string fault = record.source;
     fault.append(": ").append(where).append(": ").append(what);
-    throw Failure{fault, "look at it: mvfp inspect " + argument, kExitNo};
+    throw Failure{fault, "look at it: mvfp inspect RECORD", kExitNo};
   }
   return record;
 }
