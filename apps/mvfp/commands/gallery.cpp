@@ -92,7 +92,7 @@ int Add(const Report& report, const Options& options) {
   const std::string record = RecordOf(loaded.text, &problem);
   if (!problem.empty()) {
     throw UsageFailure(loaded.source + ": " + problem,
-                       "look at it: mvfp inspect " + options.file);
+                       "look at it: mvfp inspect RECORD");
   }
   GalleryFile gallery(options.gallery, GalleryFile::kWrites);
   gallery.Add({{0, options.id, options.finger, record, ""}});
