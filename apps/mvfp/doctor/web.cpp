@@ -21,7 +21,7 @@ std::vector<Finding> TryWeb() {
     std::string first, second, rest;
     std::getline(words >> first >> second >> std::ws, rest);
     if (first == "$" && !findings.empty()) {
-      findings.back().command = second + " " + rest;
+      findings.back().command = second.append(" ").append(rest);
     } else {
       // Without pages the reader's calls go on all the same.
       findings.push_back({first == kOk ? kOk : kNote, second, rest, ""});
