@@ -87,7 +87,7 @@ TEST_F(Tool, LongWorkShowsHowFarItIsAndIsEndedWhole) {
 TEST_F(Tool, LogFollowGoesOnWithAnotherLogAndTheNextDays) {
   // Into a time zone where midnight is near.
   const std::string ahead =
-      Run("date -ud @$((86396 - $(date +%s) % 86400)) +%T | tr -d '\\n'").out;
+      Run("date -ud @$((86388 - $(date +%s) % 86400)) +%T | tr -d '\\n'").out;
   setenv("TZ", ("TST-" + ahead).c_str(), 1);
   tzset();
   const std::string today = DayLogPath();
