@@ -108,12 +108,7 @@ void Page::OnRequest(const QJsonObject& request) {
 }
 
 void Page::Reject(const QJsonValue& id, RpcCode code, const QString& what) {
-  Answer(id,
-         {{"error", OwnError(code, what,
-                             {"the page sent a request that is not "
-                              "understood",
-                              "页面发送的请求无效", "tell who made the page",
-                              "请联系页面开发者"})}});
+  Answer(id, {{"error", OwnError(code, what, kNotUnderstood)}});
 }
 
 void Page::Answer(const QJsonValue& id, const QJsonObject& answer) {
