@@ -5,7 +5,7 @@
 #include <QRegularExpression>
 #include <utility>
 
-#include "mvfp_web/result_codes_table.h"
+#include "result_codes_table.h"
 
 namespace corvex::mvfp_web {
 namespace {

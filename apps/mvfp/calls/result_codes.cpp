@@ -2,9 +2,9 @@
 
 #include <functional>
 
-#include "calls/result_codes_table.h"
 #include "machine/call_lock.h"
 #include "ports/port.h"
+#include "result_codes_table.h"
 
 namespace corvex::mvfp {
 namespace {
