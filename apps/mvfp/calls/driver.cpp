@@ -36,11 +36,15 @@ void* FindInDriver(const char* name) {
   return found;
 }
 
-std::string DriverVersion() {
+std::string LoadedDriverFile() {
   Dl_info file{};
+  const bool is_known = dladdr(FindInDriver("FG_GetDevVersion"), &file) != 0;
+  return is_known ? file.dli_fname : kDriverFile;
+}
+
+std::string DriverVersion() {
   std::error_code error;
-  if (dladdr(FindInDriver("FG_GetDevVersion"), &file) == 0) return kDriverFile;
-  const auto path = std::filesystem::canonical(file.dli_fname, error);
+  const auto path = std::filesystem::canonical(LoadedDriverFile(), error);
   return error ? kDriverFile : path.filename().string();
 }
 

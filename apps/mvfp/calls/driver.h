@@ -20,7 +20,10 @@ struct DriverCall {
 // Throws a Failure when the driver, or this name in it, is missing.
 void* FindInDriver(const char* name);
 
-// The name of the file that was loaded, which ends in its version.
+// The file that was loaded, as the dynamic loader knows it.
+std::string LoadedDriverFile();
+
+// The name behind its links, which ends in its version.
 std::string DriverVersion();
 
 template <typename Function>

@@ -34,12 +34,6 @@ std::string LibraryFile() {
   return std::filesystem::path(DriverFile()).replace_filename(kLibrary);
 }
 
-std::string LoadedDriver() {
-  Dl_info file{};
-  dladdr(FindInDriver("FG_GetDevVersion"), &file);
-  return std::string("=") + file.dli_fname;
-}
-
 // Why dlopen, which the driver uses, does not take it.
 std::string WhyNotLoaded(const std::string& path) {
   void* const library = dlopen(path.c_str(), RTLD_NOW);
@@ -51,7 +45,7 @@ std::string WhyNotLoaded(const std::string& path) {
 }  // namespace
 
 Finding TryDriver() {
-  const Trial trial = InChild(LoadedDriver);
+  const Trial trial = InChild([] { return "=" + LoadedDriverFile(); });
   if (trial.ended && trial.text.rfind('=', 0) == 0) {
     return {kOk, "driver", trial.text.substr(1), ""};
   }

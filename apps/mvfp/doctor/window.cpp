@@ -1,5 +1,4 @@
 #include <cx_capdlg_lib.h>
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -20,18 +19,13 @@ constexpr auto kShown = std::chrono::milliseconds(1500);
 constexpr char kPackage[] =
     "sudo apt-get install --reinstall ./mv-fpi-prompt_*.deb";
 
-std::string WindowsProgram() {
-  Dl_info file{};
-  dladdr(FindInDriver("FG_TipsGetTemplate"), &file);
-  return std::filesystem::path(file.dli_fname).replace_filename("cx_capdlg");
-}
-
 // "" when the window's program came up and stayed.
 std::string ShowForAMoment() {
   const auto show = MVFP_DRIVER_CALL(cx_dlg_init);
   const auto send = MVFP_DRIVER_CALL(cx_dlg_send_data);
   const auto end = MVFP_DRIVER_CALL(cx_dlg_uninit);
-  const std::string program = WindowsProgram();
+  const std::string program =
+      std::filesystem::path(LoadedDriverFile()).replace_filename("cx_capdlg");
   if (access(program.c_str(), X_OK) != 0) return "there is no " + program;
   if (show.run(kDialogType, kTimeoutS, program.c_str()) < 0) {
     return program + " did not come up";
