@@ -9,6 +9,7 @@
 
 #include "calls/day_log.h"
 #include "calls/driver.h"
+#include "calls/queries.h"
 #include "calls/result_codes.h"
 #include "calls/wait_line.h"
 #include "commands/commands.h"
@@ -164,19 +165,14 @@ bool AwaitLift(const PressOptions& options) {
   constexpr int kPatienceS = 3;
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + std::chrono::seconds(kPatienceS);
-  const auto probe = MVFP_DRIVER_CALL(FG_CheckPressed);
   Progress progress(1, options.timeout_s, "lift the finger");
   while (Clock::now() < end) {
-    const Reply reply = RunDeviceCall(
-        probe.name, options,
-        [&](const char* port, const char* box, Reply* /*reply*/) {
-          return probe.run(port, box, FG_LINK_SPEED);
-        },
-        [&](pid_t worker, long elapsed_ms) {
+    const Reply reply =
+        AskForFinger(options, [&](pid_t worker, long elapsed_ms) {
           progress.Update(worker, elapsed_ms);
         });
     if (reply.rc == FG_ERR_NO_FINGER) return true;
-    if (reply.rc != FG_OK) throw CallFailure(probe.name, reply, options);
+    if (reply.rc != FG_OK) throw CallFailure(kFingerQuery, reply, options);
   }
   return false;
 }

@@ -3,8 +3,8 @@
 #include <iomanip>
 #include <sstream>
 
+#include "calls/queries.h"
 #include "calls/result_codes.h"
-#include "calls/version_query.h"
 #include "commands/commands.h"
 #include "cx_file_lock/cx_file_lock.h"
 #include "doctor/checks.h"
@@ -123,8 +123,9 @@ bool TakePortStep(const std::string& port, Findings* findings) {
   return findings->Add(OpenAndSet(port, use), port);
 }
 
-Finding Ask(const std::string& port, const DeviceOptions& options) {
-  const Reply reply = AskVersion(port, options);
+Finding Ask(const std::string& port, DeviceOptions options) {
+  options.port = port;
+  const Reply reply = AskForText(kVersionQuery, options);
   if (reply.rc == FG_OK) {
     return {doctor::kOk, "reader",
             std::string(reply.text) + " on " + port + "; the call took " +

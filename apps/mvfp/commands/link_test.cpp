@@ -3,8 +3,8 @@
 #include <map>
 #include <sstream>
 
+#include "calls/queries.h"
 #include "calls/result_codes.h"
-#include "calls/version_query.h"
 #include "calls/wait_line.h"
 #include "commands/commands.h"
 
@@ -68,15 +68,13 @@ int Print(const Report& report, const Results& results) {
                        text.str(), all ? kExitOk : kExitNo);
 }
 
-void AskOnce(const std::string& port, const Options& options, WaitLine* line,
-             Results* results) {
+void AskOnce(const Options& options, WaitLine* line, Results* results) {
   line->Show("query " + std::to_string(results->asked + 1) + " of " +
              std::to_string(options.count) + ", " +
              std::to_string(results->asked -
                             static_cast<int>(results->times_ms.size())) +
              " failed");
-  const Reply reply =
-      AskVersion(port, options, [](pid_t /*worker*/, long /*ms*/) {});
+  const Reply reply = AskForText(kVersionQuery, options, ShowNothing);
   // Nothing was learnt about the line, and the next query would do no better.
   if (reply.rc == FG_ERR_PORT && reply.at_once && results->asked == 0) {
     throw CallFailure(kVersionQuery, reply, options);
@@ -90,12 +88,12 @@ void AskOnce(const std::string& port, const Options& options, WaitLine* line,
 }
 
 int LinkTest(const Report& report, const Options& options) {
-  const std::string port = PortOf(options);
+  PortOf(options);  // refuses before anything is shown
   Results results;
   try {
     WaitLine line;
     while (results.asked < options.count) {
-      AskOnce(port, options, &line, &results);
+      AskOnce(options, &line, &results);
     }
   } catch (const Failure& failure) {
     if (failure.signal == 0 || results.asked == 0) throw;

@@ -1,6 +1,6 @@
 // ports and scan: where a reader may be, and where one is.
+#include "calls/queries.h"
 #include "calls/result_codes.h"
-#include "calls/version_query.h"
 #include "calls/wait_line.h"
 #include "commands/commands.h"
 #include "ports/adapter.h"
@@ -88,17 +88,15 @@ struct Answer {
 
 // One port, which must not end the search.
 Answer AskPort(const std::string& port, const PortUse& use,
-               const ScanOptions& options) {
+               DeviceOptions options) {
   if (!use.kind.empty()) return {"", use.text};
   WaitLine line;
   line.Show("asking " + port);
   try {
-    const Reply reply =
-        AskVersion(port, options, [](pid_t /*worker*/, long /*ms*/) {});
+    options.port = port;
+    const Reply reply = AskForText(kVersionQuery, options, ShowNothing);
     if (reply.rc == FG_OK) return {reply.text, ""};
-    DeviceOptions of_port = options;
-    of_port.port = port;
-    return {"", CallFailure(kVersionQuery, reply, of_port).what};
+    return {"", CallFailure(kVersionQuery, reply, options).what};
   } catch (const Failure& failure) {
     if (failure.signal != 0) throw;
     return {"", failure.what};

@@ -1,5 +1,5 @@
 // version, sn and probe: questions that a reader answers at once.
-#include "calls/driver.h"
+#include "calls/queries.h"
 #include "calls/result_codes.h"
 #include "commands/commands.h"
 
@@ -25,38 +25,30 @@ Examples:
   until mvfp probe --port ttyUSB0; do sleep 1; done
 )"};
 
-int Ask(const Report& report, const DeviceOptions& options,
-        const DriverCall<decltype(FG_GetDevVersion)>& query,
+int Ask(const Report& report, const DeviceOptions& options, const char* query,
         const char* field) {
-  const Reply reply = RunDeviceCall(
-      query.name, options, [&](const char* port, const char* box, Reply* to) {
-        return query.run(port, box, FG_LINK_SPEED, to->text);
-      });
-  if (reply.rc != FG_OK) throw CallFailure(query.name, reply, options);
+  const Reply reply = AskForText(query, options);
+  if (reply.rc != FG_OK) throw CallFailure(query, reply, options);
   return report.Result({{field, reply.text}}, Printable(reply.text) + "\n");
 }
 
 int Version(const Report& report, const DeviceOptions& options) {
-  return Ask(report, options, MVFP_DRIVER_CALL(FG_GetDevVersion), "version");
+  return Ask(report, options, kVersionQuery, "version");
 }
 
 int Sn(const Report& report, const DeviceOptions& options) {
-  return Ask(report, options, MVFP_DRIVER_CALL(FG_GetDevSn), "serial_number");
+  return Ask(report, options, kSnQuery, "serial_number");
 }
 
 // A reader that is silent for this long did not answer the probe.
 constexpr long kSilentReaderMs = 10000;
 
 int Probe(const Report& report, const DeviceOptions& options) {
-  const auto probe = MVFP_DRIVER_CALL(FG_CheckPressed);
-  const Reply reply =
-      RunDeviceCall(probe.name, options,
-                    [&](const char* port, const char* box, Reply* /*reply*/) {
-                      return probe.run(port, box, FG_LINK_SPEED);
-                    });
+  const Reply reply = AskForFinger(options);
   if (reply.rc == FG_OK) return report.Result({{"finger", true}}, "finger\n");
-  if (reply.rc != FG_ERR_NO_FINGER)
-    throw CallFailure(probe.name, reply, options);
+  if (reply.rc != FG_ERR_NO_FINGER) {
+    throw CallFailure(kFingerQuery, reply, options);
+  }
   if (reply.elapsed_ms >= kSilentReaderMs) {
     Say("the reader did not answer the probe; try: mvfp version");
   }

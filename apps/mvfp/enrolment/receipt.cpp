@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "calls/driver.h"
+#include "calls/queries.h"
 #include "mv_base/base64.h"
 #include "mv_base/record_kind.h"
 #include "records/digest.h"
@@ -21,12 +22,8 @@ std::string Now() {
   return text.data();
 }
 
-Json Ask(const DeviceOptions& options,
-         const DriverCall<decltype(FG_GetDevSn)>& query) {
-  const Reply reply = RunDeviceCall(
-      query.name, options, [&](const char* port, const char* box, Reply* to) {
-        return query.run(port, box, FG_LINK_SPEED, to->text);
-      });
+Json Ask(const DeviceOptions& options, const char* query) {
+  const Reply reply = AskForText(query, options);
   return reply.rc == FG_OK ? Json(Printable(reply.text)) : Json(nullptr);
 }
 
@@ -101,8 +98,8 @@ Json TwinOf(const Enrolment& enrolment) {
 Json AskReader(const DeviceOptions& options) {
   return {{"port", PortOf(options)},
           {"box", options.box},
-          {"version", Ask(options, MVFP_DRIVER_CALL(FG_GetDevVersion))},
-          {"serial_number", Ask(options, MVFP_DRIVER_CALL(FG_GetDevSn))}};
+          {"version", Ask(options, kVersionQuery)},
+          {"serial_number", Ask(options, kSnQuery)}};
 }
 
 Json StoredOf(const Enrolment& enrolment) {
