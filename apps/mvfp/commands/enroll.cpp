@@ -13,6 +13,7 @@
 #include "files.h"
 #include "gallery/searchable.h"
 #include "mv_fpi/thresholds.h"
+#include "records/record_bytes.h"
 
 namespace corvex::mvfp {
 namespace {

@@ -1,8 +1,6 @@
 // gallery: whose records this site knows. Touches no reader.
 #include "commands/gallery.h"
 
-#include <mv_match.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -15,6 +13,7 @@
 #include "long_work.h"
 #include "records/digest.h"
 #include "records/record.h"
+#include "records/record_bytes.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -80,12 +79,6 @@ struct Options {
   std::string file;  // or record
 };
 
-std::string TextOf(const std::string& record) {
-  char text[MV_RECORD_TEXT_BYTES] = "";
-  mv_record_to_text(record.data(), record.size(), text, sizeof text);
-  return text;
-}
-
 int Add(const Report& report, const Options& options) {
   const Record loaded = LoadWholeRecord(options.file);
   std::string problem;
@@ -107,7 +100,7 @@ int List(const Report& report, const Options& options) {
   Json records = Json::array();
   std::ostringstream text;
   for (const GalleryEntry& entry : gallery.Entries(options.id)) {
-    const int minutiae = static_cast<uint8_t>(entry.record[2]);
+    const int minutiae = CountMinutiae(entry.record);
     records.push_back({{"id", entry.id},
                        {"finger", entry.finger},
                        {"minutiae", minutiae},
@@ -124,7 +117,7 @@ int Show(const Report& report, const Options& options) {
   Json records = Json::array();
   std::ostringstream text;
   for (const GalleryEntry& entry : gallery.Entries(options.id)) {
-    const int minutiae = static_cast<uint8_t>(entry.record[2]);
+    const int minutiae = CountMinutiae(entry.record);
     const std::string digest = Sha256(entry.record);
     records.push_back({{"number", entry.number},
                        {"finger", entry.finger},
@@ -256,14 +249,6 @@ std::string ProblemOfName(const std::string& name) {
   return std::any_of(name.begin(), name.end(), steers)
              ? "has a tab, a line's end or another control character"
              : "";
-}
-
-std::string RecordOf(const std::string& text, std::string* problem) {
-  char bytes[MV_RECORD_BYTES];
-  char why[MV_PROBLEM_BYTES] = "";
-  const int length = mv_record_from_text(text.data(), text.size(), bytes, why);
-  *problem = why;
-  return {bytes, static_cast<size_t>(std::max(length, 0))};
 }
 
 std::string Plural(size_t count) {

@@ -11,9 +11,6 @@ namespace corvex::mvfp {
 // What is wrong with an id or a finger; "" when nothing is.
 std::string ProblemOfName(const std::string& name);
 
-// The record's bytes; `problem` says what is wrong with a text.
-std::string RecordOf(const std::string& text, std::string* problem);
-
 // "3 records".
 std::string Plural(size_t count);
 

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "MvMatch/minutiae_record.h"
-#include "commands/gallery.h"
 #include "mv_fpi/thresholds.h"
+#include "records/record_bytes.h"
 #include "report.h"
 
 namespace corvex::mvfp {
@@ -40,10 +40,6 @@ PressPair Compare(const std::vector<Press>& all, size_t first, size_t second) {
 }
 
 }  // namespace
-
-int CountMinutiae(const std::string& record) {
-  return static_cast<uint8_t>(record[2]);
-}
 
 int InPlacePercent(const std::string& a, const std::string& b) {
   MinutiaeVector fewer = MinutiaeOf(a);

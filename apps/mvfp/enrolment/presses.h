@@ -20,8 +20,6 @@ struct Press {
   bool lifted = true;   // the sensor was seen empty before it
 };
 
-int CountMinutiae(const std::string& record);
-
 // How many per cent of the poorer record's minutiae lie in the other one where
 // they lie in it, with no turning and no moving.
 int InPlacePercent(const std::string& a, const std::string& b);

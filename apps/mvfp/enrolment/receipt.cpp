@@ -9,6 +9,7 @@
 #include "mv_base/base64.h"
 #include "mv_base/record_kind.h"
 #include "records/digest.h"
+#include "records/record_bytes.h"
 
 namespace corvex::mvfp {
 namespace {
