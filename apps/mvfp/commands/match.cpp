@@ -33,9 +33,8 @@ struct Options {
 std::string FaultsOf(const Record& first, const Record& second) {
   std::string faults;
   for (const Record& record : {first, second}) {
-    for (const auto& [fatal, where, what] : record.findings) {
-      std::string fault = "; " + record.source;
-      fault.append(": ").append(where).append(": ").append(what);
+    for (const Finding& finding : record.findings) {
+      const std::string fault = "; " + InWords(record, finding);
       if (faults.find(fault) == std::string::npos) faults += fault;
     }
   }

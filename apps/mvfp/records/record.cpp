@@ -188,6 +188,10 @@ bool IsValid(const Record& record) {
                       [](const Finding& finding) { return finding.fatal; });
 }
 
+std::string InWords(const Record& record, const Finding& finding) {
+  return record.source + ": " + finding.where + ": " + finding.what;
+}
+
 Record LoadRecord(const std::string& argument) {
   const bool is_marked = argument.rfind('@', 0) == 0;
   const std::string path = is_marked ? argument.substr(1) : argument;
@@ -203,11 +207,10 @@ Record LoadRecord(const std::string& argument) {
 
 Record LoadWholeRecord(const std::string& argument) {
   Record record = LoadRecord(argument);
-  for (const auto& [fatal, where, what] : record.findings) {
-    if (!fatal) continue;
-    std::string fault = record.source;
-    fault.append(": ").append(where).append(": ").append(what);
-    throw Failure{fault, "look at it: mvfp inspect RECORD", kExitNo};
+  for (const Finding& finding : record.findings) {
+    if (!finding.fatal) continue;
+    throw Failure{InWords(record, finding), "look at it: mvfp inspect RECORD",
+                  kExitNo};
   }
   return record;
 }

@@ -41,6 +41,9 @@ struct Record {
 
 bool IsValid(const Record& record);
 
+// "door.feature: byte 2: count 51 is over 50".
+std::string InWords(const Record& record, const Finding& finding);
+
 // Reads the record that `argument` stands for: "-" is standard input, "@NAME"
 // a file, NAME a file if there is one of that name, and anything else the text
 // of the record itself: Base64, or hexadecimal digits. Line breaks in a file
