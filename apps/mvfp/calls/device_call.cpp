@@ -116,6 +116,11 @@ std::shared_ptr<Reply> SharedReply() {
           [](Reply* reply) { munmap(reply, sizeof *reply); }};
 }
 
+long MsSince(const Clock::time_point& start) {
+  const std::chrono::duration<double, std::milli> passed = Clock::now() - start;
+  return static_cast<long>(passed.count());
+}
+
 // How often this process gave the processor up, as one that pauses does.
 long Pauses() {
   rusage usage{};
@@ -130,8 +135,7 @@ void RunTimed(const std::function<int()>& work, Reply* reply) {
   const long pauses = Pauses();
   const auto start = Clock::now();
   reply->rc = work();
-  const std::chrono::duration<double, std::milli> time = Clock::now() - start;
-  reply->elapsed_ms = static_cast<long>(time.count());
+  reply->elapsed_ms = MsSince(start);
   reply->at_once = reply->elapsed_ms < kFirstPauseMs || Pauses() == pauses;
 }
 
@@ -193,8 +197,7 @@ Reply RunOnce(const char* function, const DeviceOptions& options,
       reply.get());
   while (true) {
     const int ended_by = signals.Wait(kTick);
-    const std::chrono::duration<double, std::milli> time = Clock::now() - start;
-    const long elapsed_ms = static_cast<long>(time.count());
+    const long elapsed_ms = MsSince(start);
     int status = 0;
     if (waitpid(worker, &status, WNOHANG) == worker) {
       if (WEXITSTATUS(status) != kDone) throw Crashed(function, status);
