@@ -166,11 +166,7 @@ Failure EnrolledAlready(const Hit& twin) {
               ", level " + std::to_string(twin.level),
           "nothing was kept; if it is another person's after all, enrol again "
           "with --allow-duplicate",
-          kExitNo,
-          {{"id", twin.id},
-           {"finger", twin.finger},
-           {"score", twin.score},
-           {"level", twin.level}}};
+          kExitNo, FieldsOf(twin)};
 }
 
 // The best hit of another id than the one that is enrolled.

@@ -55,10 +55,7 @@ int Identify(const Report& report, const Options& options) {
   Json found = Json::array();
   std::ostringstream text;
   for (const Hit& hit : gallery.Search(probe, options.level, options.best)) {
-    found.push_back({{"id", hit.id},
-                     {"finger", hit.finger},
-                     {"score", hit.score},
-                     {"level", hit.level}});
+    found.push_back(FieldsOf(hit));
     text << hit.id << '\t' << hit.finger << "\tscore " << hit.score
          << ", level " << hit.level << '\n';
   }

@@ -87,11 +87,7 @@ Json CheckOf(const Enrolment& enrolment) {
 }
 
 Json TwinOf(const Enrolment& enrolment) {
-  if (!enrolment.twin) return nullptr;
-  return {{"id", enrolment.twin->id},
-          {"finger", enrolment.twin->finger},
-          {"score", enrolment.twin->score},
-          {"level", enrolment.twin->level}};
+  return enrolment.twin ? FieldsOf(*enrolment.twin) : Json(nullptr);
 }
 
 }  // namespace

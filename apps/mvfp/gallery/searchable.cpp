@@ -19,6 +19,13 @@ int ShowProgress(size_t done, size_t /*total*/, void* work) {
 
 }  // namespace
 
+Json FieldsOf(const Hit& hit) {
+  return {{"id", hit.id},
+          {"finger", hit.finger},
+          {"score", hit.score},
+          {"level", hit.level}};
+}
+
 Searchable::Searchable(const GalleryFile& file, const std::string& id)
     : gallery_(mv_gallery_new()) {
   if (gallery_ == nullptr) throw SearchFailure(MV_ERR_MEMORY);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "gallery/gallery_file.h"
+#include "report.h"
 
 namespace corvex::mvfp {
 
@@ -18,6 +19,8 @@ struct Hit {
   int score;
   int level;  // the highest that the score passes
 };
+
+Json FieldsOf(const Hit& hit);
 
 class Searchable {
  public:
