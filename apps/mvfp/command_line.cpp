@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <exception>
 
 #include "calls/device_call.h"
@@ -94,27 +95,30 @@ void AddJsonFlag(CLI::App* app, bool* json) {
 
 }  // namespace
 
-CommandLine::CommandLine(const Help& help) : app_(help.summary, help.name) {
-  app_.set_version_flag("--version", "mvfp " MVFP_VERSION);
-  app_.footer(help.more);
-  app_.require_subcommand(1);
-  AddJsonFlag(&app_, &json_);
+CommandLine::CommandLine(const Help& help)
+    : app_(std::make_unique<CLI::App>(help.summary, help.name)) {
+  app_->set_version_flag("--version", "mvfp " MVFP_VERSION);
+  app_->footer(help.more);
+  app_->require_subcommand(1);
+  AddJsonFlag(app_.get(), &json_);
 }
 
+CommandLine::~CommandLine() = default;
+
 CLI::App* CommandLine::AddGroup(const Help& help) {
-  CLI::App* const group = app_.add_subcommand(help.name, help.summary);
+  CLI::App* const group = app_->add_subcommand(help.name, help.summary);
   group->footer(help.more);
   group->require_subcommand(1);
   return group;
 }
 
-CLI::App* CommandLine::AddAction(CLI::App* parent, const Help& help,
+Arguments CommandLine::AddAction(CLI::App* parent, const Help& help,
                                  const Action& action) {
   CLI::App* const app = parent->add_subcommand(help.name, help.summary);
   app->footer(help.more);
   AddJsonFlag(app, &json_);
   app->callback([this, action] { chosen_ = action; });
-  return app;
+  return Arguments(app);
 }
 
 int CommandLine::Run(int argc, char** argv) {
@@ -124,17 +128,17 @@ int CommandLine::Run(int argc, char** argv) {
         .Failed(UsageFailure(what, "see: " + path + " --help"));
   };
   std::string path;
-  const std::string unknown = UnknownCommand(app_, words, &path);
+  const std::string unknown = UnknownCommand(*app_, words, &path);
   if (!unknown.empty()) return refuse(path, unknown);
   try {
     // The library takes them from the end.
-    app_.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    app_->parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& request) {
-    return app_.exit(request);
+    return app_->exit(request);
   } catch (const CLI::ParseError& error) {
-    return refuse(PathOf(&app_), WhatIsWrong(app_, error));
+    return refuse(PathOf(app_.get()), WhatIsWrong(*app_, error));
   }
-  const Report report(PathOf(&app_).substr(sizeof "mvfp"), json_);
+  const Report report(PathOf(app_.get()).substr(sizeof "mvfp"), json_);
   try {
     return chosen_(report);
   } catch (const Failure& failure) {

@@ -2,11 +2,11 @@
 #ifndef APPS_MVFP_COMMAND_LINE_H_
 #define APPS_MVFP_COMMAND_LINE_H_
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "arguments.h"
 #include "report.h"
 
 namespace corvex::mvfp {
@@ -21,7 +21,7 @@ struct Help {
 // A command on the line, and where its options go when they are read.
 template <typename Options>
 struct Command {
-  CLI::App* app;
+  Arguments arguments;
   Options* options;
 };
 
@@ -30,18 +30,21 @@ struct NoOptions {};
 class CommandLine {
  public:
   explicit CommandLine(const Help& help);
+  ~CommandLine();
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
 
   // `run` prints the command's result and returns the exit code, or throws a
-  // Failure. The caller names the options to the returned `app`.
+  // Failure. The caller names the options to the returned `arguments`.
   template <typename Options>
   Command<Options> Add(const Help& help,
                        int (*run)(const Report& report, const Options& options),
                        CLI::App* parent = nullptr) {
     const auto options = std::make_shared<Options>();
-    CLI::App* const app = AddAction(
-        parent == nullptr ? &app_ : parent, help,
+    const Arguments arguments = AddAction(
+        parent == nullptr ? app_.get() : parent, help,
         [options, run](const Report& report) { return run(report, *options); });
-    return {app, options.get()};
+    return {arguments, options.get()};
   }
 
   // A command that is followed by one of its own: their parent.
@@ -54,9 +57,9 @@ class CommandLine {
  private:
   using Action = std::function<int(const Report& report)>;
 
-  CLI::App* AddAction(CLI::App* parent, const Help& help, const Action& action);
+  Arguments AddAction(CLI::App* parent, const Help& help, const Action& action);
 
-  CLI::App app_;
+  const std::unique_ptr<CLI::App> app_;
   bool json_ = false;
   Action chosen_;
 };

@@ -236,34 +236,32 @@ void AwaitLock(const Clock::time_point& give_up, const HeldSignals& signals) {
 
 }  // namespace
 
-void AddPortOption(CLI::App* command, std::string* port) {
-  command
-      ->add_option("-p,--port", *port, "Serial port: ttyUSB0 or /dev/ttyUSB0")
-      ->envname("MVFP_PORT")
-      ->type_name("PORT");
+void AddPortOption(const Arguments& arguments, std::string* port) {
+  arguments.Text("-p,--port", port, "Serial port: ttyUSB0 or /dev/ttyUSB0")
+      .OrFrom("MVFP_PORT")
+      .Named("PORT");
 }
 
-void AddBoxOption(CLI::App* command, std::string* box) {
-  command
-      ->add_option("--box", *box,
-                   "Branch of the switch box before the reader: A, B, C or K")
-      ->check(CLI::IsMember({"A", "B", "C", "K"}))
-      ->type_name("LETTER");
+void AddBoxOption(const Arguments& arguments, std::string* box) {
+  arguments
+      .Text("--box", box,
+            "Branch of the switch box before the reader: A, B, C or K")
+      .OneOf({"A", "B", "C", "K"})
+      .Named("LETTER");
 }
 
-void AddWaitOption(CLI::App* command, int* wait_s) {
+void AddWaitOption(const Arguments& arguments, int* wait_s) {
   constexpr int kLongest = 86400;
-  command
-      ->add_option("--wait", *wait_s,
-                   "How long to wait for another call to end [0]")
-      ->check(CLI::Range(0, kLongest))
-      ->type_name("SECONDS");
+  arguments
+      .Number("--wait", wait_s, 0, kLongest,
+              "How long to wait for another call to end [0]")
+      .Named("SECONDS");
 }
 
-void AddDeviceOptions(CLI::App* command, DeviceOptions* options) {
-  AddPortOption(command, &options->port);
-  AddBoxOption(command, &options->box);
-  AddWaitOption(command, &options->wait_s);
+void AddDeviceOptions(const Arguments& arguments, DeviceOptions* options) {
+  AddPortOption(arguments, &options->port);
+  AddBoxOption(arguments, &options->box);
+  AddWaitOption(arguments, &options->wait_s);
 }
 
 std::string PortOf(const DeviceOptions& options) {

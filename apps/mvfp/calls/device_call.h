@@ -10,9 +10,10 @@
 #include <mv_fpi.h>
 #include <sys/types.h>
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
+
+#include "arguments.h"
 
 namespace corvex::mvfp {
 
@@ -23,11 +24,11 @@ struct DeviceOptions {
   int limit_s = 0;  // for the call itself; 0: as long as the driver takes
 };
 
-void AddPortOption(CLI::App* command, std::string* port);
-void AddBoxOption(CLI::App* command, std::string* box);
-void AddWaitOption(CLI::App* command, int* wait_s);
+void AddPortOption(const Arguments& arguments, std::string* port);
+void AddBoxOption(const Arguments& arguments, std::string* box);
+void AddWaitOption(const Arguments& arguments, int* wait_s);
 // All three.
-void AddDeviceOptions(CLI::App* command, DeviceOptions* options);
+void AddDeviceOptions(const Arguments& arguments, DeviceOptions* options);
 
 // The port's name below /dev. Throws a Failure when none was given.
 std::string PortOf(const DeviceOptions& options);

@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 
 #include "calls/device_call.h"
 #include "commands/commands.h"
 #include "files.h"
+#include "patterns.h"
 #include "ports/adapter.h"
 #include "ports/port.h"
 
@@ -56,9 +56,9 @@ std::string Is(const char* key, const std::string& value) {
 
 // The numbers of the buses depend on the order in which they were found.
 std::string SocketMatch(const fs::path& interface) {
-  const std::regex bus("/(usb)?[0-9]+(?=/|-[0-9.]+[/:])");
+  constexpr char kBus[] = "/(usb)?[0-9]+(?=/|-[0-9.]+[/:])";
   const std::string path = interface.string().substr(sizeof "/sys" - 1);
-  return Is("DEVPATH", std::regex_replace(path + "/", bus, "/$1*") + "*");
+  return Is("DEVPATH", ReplacePattern(path + "/", kBus, "/$1*") + "*");
 }
 
 // What tells an adapter from all others, as the matches of a udev rule. By its
@@ -73,8 +73,7 @@ std::string AdapterMatch(const std::string& port, bool by_socket) {
   const fs::path interface = Above(tty, "bInterfaceNumber");
   const std::string serial = Attribute(usb, "serial");
   // A rule would take other signs for a pattern or for the end of a text.
-  const bool is_plain =
-      std::regex_match(serial, std::regex("[A-Za-z0-9 ._:-]+"));
+  const bool is_plain = HasPattern(serial, "^[A-Za-z0-9 ._:-]+$");
   if (by_socket || !is_plain) return SocketMatch(interface);
   return Is("ATTRS{idVendor}", Attribute(usb, "idVendor")) + ", " +
          Is("ATTRS{idProduct}", Attribute(usb, "idProduct")) + ", " +
@@ -97,9 +96,9 @@ std::string RulesPath(int number) {
 
 // The match in a rules file; "" when it has none.
 std::string MatchIn(const std::string& rules) {
-  std::smatch found;
-  const std::regex rule(R"(SUBSYSTEM=="tty", (.*), SYMLINK\+="COM)");
-  return std::regex_search(rules, found, rule) ? found[1] : std::string();
+  const auto found =
+      FindPattern(rules, R"(SUBSYSTEM=="tty", (.*), SYMLINK\+="COM)");
+  return found.empty() ? "" : found[1];
 }
 
 Failure CannotChange(const std::string& verb, const std::string& path,
@@ -193,19 +192,18 @@ int Bind(const Report& report, const Options& options) {
 }  // namespace
 
 void AddBind(CommandLine* line) {
-  const auto [app, options] = line->Add(kHelp, Bind);
-  AddPortOption(app, &options->port);
-  CLI::Option* const number =
-      app->add_option("NUMBER", options->number, "The n of /dev/COM<n>")
-          ->check(CLI::Range(0, kHighestCom));
-  app->add_flag("--by-socket", options->by_socket,
-                "Know the adapter by its USB socket");
-  CLI::Option* const print = app->add_flag("--print", options->print,
-                                           "Print the rule, change nothing");
-  app->add_flag("--remove", options->remove, "Take the name away")
-      ->excludes(print);
-  app->add_flag("--list", options->list, "Print the names that were given")
-      ->excludes(number);
+  const auto [arguments, options] = line->Add(kHelp, Bind);
+  AddPortOption(arguments, &options->port);
+  const Argument number = arguments.Number("NUMBER", &options->number, 0,
+                                           kHighestCom, "The n of /dev/COM<n>");
+  arguments.Flag("--by-socket", &options->by_socket,
+                 "Know the adapter by its USB socket");
+  const Argument print = arguments.Flag("--print", &options->print,
+                                        "Print the rule, change nothing");
+  arguments.Flag("--remove", &options->remove, "Take the name away")
+      .Excludes(print);
+  arguments.Flag("--list", &options->list, "Print the names that were given")
+      .Excludes(number);
 }
 
 }  // namespace corvex::mvfp

@@ -164,11 +164,12 @@ int RunCalibrate(const Report& report, const Options& options) {
 }  // namespace
 
 void AddCalibrate(CommandLine* line, CLI::App* gallery) {
-  const auto [app, options] = line->Add(kHelp, RunCalibrate, gallery);
-  app->add_option("--picture", options->picture,
-                  "Draw both rates over the score: NAME.svg or NAME.png")
-      ->type_name("FILE");
-  AddGalleryOption(app, &options->gallery);
+  const auto [arguments, options] = line->Add(kHelp, RunCalibrate, gallery);
+  arguments
+      .Text("--picture", &options->picture,
+            "Draw both rates over the score: NAME.svg or NAME.png")
+      .Named("FILE");
+  AddGalleryOption(arguments, &options->gallery);
 }
 
 }  // namespace corvex::mvfp

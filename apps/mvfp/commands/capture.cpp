@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <regex>
 #include <utility>
 
 #include "calls/day_log.h"
@@ -14,6 +13,7 @@
 #include "calls/wait_line.h"
 #include "commands/commands.h"
 #include "files.h"
+#include "patterns.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -60,11 +60,10 @@ class Progress {
   static constexpr int kLongestNoRecord = 16;
 
   static bool TellsOfRecord(const std::string& line, pid_t worker) {
-    const std::regex length("\\]\\[" + std::to_string(worker) +
-                            ":.*corvex_dev_io 数据长度:\\[([0-9]{1,6})");
-    std::smatch found;
-    return std::regex_search(line, found, length) &&
-           std::stoi(found[1]) > kLongestNoRecord;
+    const auto found =
+        FindPattern(line, "\\]\\[" + std::to_string(worker) +
+                              ":.*corvex_dev_io 数据长度:\\[([0-9]{1,6})");
+    return !found.empty() && std::stoi(found[1]) > kLongestNoRecord;
   }
 
   std::string Prompt() const {
@@ -119,10 +118,9 @@ int Capture(const Report& report, const Options& options) {
 
 }  // namespace
 
-void AddOutputOption(CLI::App* command, std::string* output) {
-  command
-      ->add_option("-o,--output", *output, "Write the text to a file instead")
-      ->type_name("FILE");
+void AddOutputOption(const Arguments& arguments, std::string* output) {
+  arguments.Text("-o,--output", output, "Write the text to a file instead")
+      .Named("FILE");
 }
 
 void CheckOutput(const std::string& output) {
@@ -137,16 +135,16 @@ void WriteOutput(const std::string& output, const std::string& text) {
   Say("wrote " + output);
 }
 
-void AddPressOptions(CLI::App* command, int timeout_s, PressOptions* options) {
+void AddPressOptions(const Arguments& arguments, int timeout_s,
+                     PressOptions* options) {
   constexpr int kLongest = 86400;
   options->timeout_s = timeout_s;
-  AddDeviceOptions(command, options);
-  command
-      ->add_option("-t,--timeout", options->timeout_s,
-                   "How long to wait for all presses together [" +
-                       std::to_string(timeout_s) + "]")
-      ->check(CLI::Range(1, kLongest))
-      ->type_name("SECONDS");
+  AddDeviceOptions(arguments, options);
+  arguments
+      .Number("-t,--timeout", &options->timeout_s, 1, kLongest,
+              "How long to wait for all presses together [" +
+                  std::to_string(timeout_s) + "]")
+      .Named("SECONDS");
 }
 
 std::string CaptureFeature(const PressOptions& options,
@@ -178,9 +176,9 @@ bool AwaitLift(const PressOptions& options) {
 }
 
 void AddCapture(CommandLine* line) {
-  const auto [app, options] = line->Add(kCapture, Capture);
-  AddPressOptions(app, 20, options);
-  AddOutputOption(app, &options->output);
+  const auto [arguments, options] = line->Add(kCapture, Capture);
+  AddPressOptions(arguments, 20, options);
+  AddOutputOption(arguments, &options->output);
 }
 
 }  // namespace corvex::mvfp

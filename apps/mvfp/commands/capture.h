@@ -12,7 +12,8 @@ struct PressOptions : DeviceOptions {
   int timeout_s = 0;  // for all presses together
 };
 
-void AddPressOptions(CLI::App* command, int timeout_s, PressOptions* options);
+void AddPressOptions(const Arguments& arguments, int timeout_s,
+                     PressOptions* options);
 
 // Each shows on a terminal what is awaited, and throws a Failure when it does
 // not come.
@@ -28,7 +29,7 @@ std::string CaptureTemplate(const PressOptions& options, bool guided);
 bool AwaitLift(const PressOptions& options);
 
 // The file for the text that a command captures, else standard output.
-void AddOutputOption(CLI::App* command, std::string* output);
+void AddOutputOption(const Arguments& arguments, std::string* output);
 void CheckOutput(const std::string& output);
 void WriteOutput(const std::string& output, const std::string& text);
 

@@ -199,15 +199,15 @@ int Doctor(const Report& report, const Options& options) {
 }  // namespace
 
 void AddDoctor(CommandLine* line) {
-  const auto [app, options] = line->Add(kHelp, Doctor);
-  AddDeviceOptions(app, options);
-  app->add_flag("--ask", options->ask, "Ask the reader for its version");
-  app->add_flag("--window", options->window,
-                "Show the window of guided enrolment for a moment");
-  app->add_flag("--library", options->library,
-                "Compare with the algorithm library");
-  app->add_flag("--web", options->web,
-                "Knock at the service for web pages as a browser does");
+  const auto [arguments, options] = line->Add(kHelp, Doctor);
+  AddDeviceOptions(arguments, options);
+  arguments.Flag("--ask", &options->ask, "Ask the reader for its version");
+  arguments.Flag("--window", &options->window,
+                 "Show the window of guided enrolment for a moment");
+  arguments.Flag("--library", &options->library,
+                 "Compare with the algorithm library");
+  arguments.Flag("--web", &options->web,
+                 "Knock at the service for web pages as a browser does");
 }
 
 }  // namespace corvex::mvfp

@@ -279,28 +279,30 @@ int Enroll(const Report& report, const Options& options) {
 }  // namespace
 
 void AddEnroll(CommandLine* line) {
-  const auto [app, options] = line->Add(kEnroll, Enroll);
-  AddPressOptions(app, 60, options);
-  AddOutputOption(app, &options->output);
-  app->add_flag("--guided", options->guided,
-                "Guide the user with the prompt window");
-  app->add_flag("--check", options->check,
-                "Ask for one more press and see whether it is found");
-  app->add_option("--receipt", options->receipt,
-                  "Write an account without any value of the print")
-      ->type_name("FILE");
-  auto* const id =
-      app->add_option("--id", options->id, "Keep it in the gallery: whose")
-          ->check(ProblemOfName);
-  auto* const finger =
-      app->add_option("--finger", options->finger, "Which finger")
-          ->check(ProblemOfName);
-  id->needs(finger);
-  finger->needs(id);
-  AddGalleryOption(app, &options->gallery)->needs(id);
-  app->add_flag("--allow-duplicate", options->allow_duplicate,
-                "Keep it though it is there under another id")
-      ->needs(id);
+  const auto [arguments, options] = line->Add(kEnroll, Enroll);
+  AddPressOptions(arguments, 60, options);
+  AddOutputOption(arguments, &options->output);
+  arguments.Flag("--guided", &options->guided,
+                 "Guide the user with the prompt window");
+  arguments.Flag("--check", &options->check,
+                 "Ask for one more press and see whether it is found");
+  arguments
+      .Text("--receipt", &options->receipt,
+            "Write an account without any value of the print")
+      .Named("FILE");
+  const Argument id =
+      arguments.Text("--id", &options->id, "Keep it in the gallery: whose")
+          .Checked(ProblemOfName);
+  const Argument finger =
+      arguments.Text("--finger", &options->finger, "Which finger")
+          .Checked(ProblemOfName)
+          .Needs(id);
+  id.Needs(finger);
+  AddGalleryOption(arguments, &options->gallery).Needs(id);
+  arguments
+      .Flag("--allow-duplicate", &options->allow_duplicate,
+            "Keep it though it is there under another id")
+      .Needs(id);
 }
 
 }  // namespace corvex::mvfp

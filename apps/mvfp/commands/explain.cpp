@@ -3,12 +3,12 @@
 #include <strings.h>
 
 #include <functional>
-#include <regex>
 #include <set>
 #include <sstream>
 
 #include "calls/result_codes.h"
 #include "commands/commands.h"
+#include "patterns.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -97,7 +97,7 @@ std::string Text(const Meanings& rows, bool in_full) {
 }
 
 std::string Item(const std::string& label, const std::string& text) {
-  const std::string no_html = std::regex_replace(text, std::regex("<"), "\\<");
+  const std::string no_html = ReplacePattern(text, "<", "\\<");
   return text.empty() ? "" : "- " + label + ": " + no_html + "\n";
 }
 
@@ -160,13 +160,14 @@ int Explain(const Report& report, const Options& options) {
 }  // namespace
 
 void AddExplain(CommandLine* line) {
-  const auto [app, options] = line->Add(kHelp, Explain);
-  CLI::Option* const code =
-      app->add_option("CODE", options->code, "The code: -14 or FG_ERR_BUSY");
-  app->add_option("FUNCTION", options->function, "The call that gave it");
-  app->add_flag("--markdown", options->markdown,
-                "Print all codes as a Markdown page")
-      ->excludes(code);
+  const auto [arguments, options] = line->Add(kHelp, Explain);
+  const Argument code =
+      arguments.Text("CODE", &options->code, "The code: -14 or FG_ERR_BUSY");
+  arguments.Text("FUNCTION", &options->function, "The call that gave it");
+  arguments
+      .Flag("--markdown", &options->markdown,
+            "Print all codes as a Markdown page")
+      .Excludes(code);
 }
 
 }  // namespace corvex::mvfp

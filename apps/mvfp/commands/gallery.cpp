@@ -258,27 +258,27 @@ std::string Plural(size_t count) {
 void AddGallery(CommandLine* line) {
   CLI::App* const group = line->AddGroup(kGallery);
   const auto add = line->Add(kAdd, Add, group);
-  add.app->add_option("RECORD", add.options->file, "The record")->required();
-  add.app->add_option("--id", add.options->id, "Whose it is")
-      ->required()
-      ->check(ProblemOfName);
-  add.app->add_option("--finger", add.options->finger, "Which finger")
-      ->required()
-      ->check(ProblemOfName);
+  add.arguments.Text("RECORD", &add.options->file, "The record").Required();
+  add.arguments.Text("--id", &add.options->id, "Whose it is")
+      .Required()
+      .Checked(ProblemOfName);
+  add.arguments.Text("--finger", &add.options->finger, "Which finger")
+      .Required()
+      .Checked(ProblemOfName);
   const auto list = line->Add(kList, List, group);
-  list.app->add_option("--id", list.options->id, "Only this person's");
+  list.arguments.Text("--id", &list.options->id, "Only this person's");
   const auto show = line->Add(kShow, Show, group);
-  show.app->add_option("ID", show.options->id, "Who")->required();
+  show.arguments.Text("ID", &show.options->id, "Who").Required();
   const auto remove = line->Add(kRemove, Remove, group);
-  remove.app->add_option("ID", remove.options->id, "Who")->required();
-  remove.app->add_option("--finger", remove.options->finger,
-                         "Only this finger");
+  remove.arguments.Text("ID", &remove.options->id, "Who").Required();
+  remove.arguments.Text("--finger", &remove.options->finger,
+                        "Only this finger");
   const auto exporting = line->Add(kExport, Export, group);
   const auto import = line->Add(kImport, Import, group);
-  import.app->add_option("FILE", import.options->file, "What export printed")
-      ->required();
+  import.arguments.Text("FILE", &import.options->file, "What export printed")
+      .Required();
   for (const auto& command : {add, list, show, remove, exporting, import}) {
-    AddGalleryOption(command.app, &command.options->gallery);
+    AddGalleryOption(command.arguments, &command.options->gallery);
   }
   AddCalibrate(line, group);
 }

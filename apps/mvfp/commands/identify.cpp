@@ -36,7 +36,7 @@ struct Options : PressOptions {
   std::string id;  // verify: whose
   std::string record;
   int level = 3;
-  size_t best = 1;
+  int best = 1;
 };
 
 int Identify(const Report& report, const Options& options) {
@@ -54,7 +54,8 @@ int Identify(const Report& report, const Options& options) {
                                 : LoadWholeRecord(options.record).text;
   Json found = Json::array();
   std::ostringstream text;
-  for (const Hit& hit : gallery.Search(probe, options.level, options.best)) {
+  const auto best = static_cast<size_t>(options.best);
+  for (const Hit& hit : gallery.Search(probe, options.level, best)) {
     found.push_back(FieldsOf(hit));
     text << hit.id << '\t' << hit.finger << "\tscore " << hit.score
          << ", level " << hit.level << '\n';
@@ -69,35 +70,33 @@ int Identify(const Report& report, const Options& options) {
       text.str(), nobody ? kExitNo : kExitOk);
 }
 
-void AddOptions(const Command<Options>& command) {
-  Options& options = *command.options;
-  AddPressOptions(command.app, 20, &options);
-  AddGalleryOption(command.app, &options.gallery);
-  command.app
-      ->add_option("-r,--record", options.record,
-                   "This record instead of a press, given as for match")
-      ->type_name("RECORD");
-  command.app
-      ->add_option("-l,--level", options.level, "Security level 1 to 5 [3]")
-      ->check(CLI::Range(MV_LEVEL_LOWEST, MV_LEVEL_HIGHEST))
-      ->type_name("LEVEL");
+void AddOptions(const Arguments& arguments, Options* options) {
+  AddPressOptions(arguments, 20, options);
+  AddGalleryOption(arguments, &options->gallery);
+  arguments
+      .Text("-r,--record", &options->record,
+            "This record instead of a press, given as for match")
+      .Named("RECORD");
+  arguments
+      .Number("-l,--level", &options->level, MV_LEVEL_LOWEST, MV_LEVEL_HIGHEST,
+              "Security level 1 to 5 [3]")
+      .Named("LEVEL");
 }
 
 }  // namespace
 
 void AddIdentifyAndVerify(CommandLine* line) {
   const auto identify = line->Add(kIdentify, Identify);
-  AddOptions(identify);
-  identify.app
-      ->add_option("--best", identify.options->best,
-                   "Print the best so many, not only the best [1]")
-      ->check(CLI::Range(1, 1000))
-      ->type_name("COUNT");
+  AddOptions(identify.arguments, identify.options);
+  identify.arguments
+      .Number("--best", &identify.options->best, 1, 1000,
+              "Print the best so many, not only the best [1]")
+      .Named("COUNT");
   const auto verify = line->Add(kVerify, Identify);
-  AddOptions(verify);
-  verify.app
-      ->add_option("--id", verify.options->id, "Whose finger it should be")
-      ->required();
+  AddOptions(verify.arguments, verify.options);
+  verify.arguments
+      .Text("--id", &verify.options->id, "Whose finger it should be")
+      .Required();
 }
 
 }  // namespace corvex::mvfp

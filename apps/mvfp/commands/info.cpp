@@ -1,9 +1,8 @@
 // info: what the driver's JSON entry tells about a reader.
-#include <regex>
-
 #include "calls/driver.h"
 #include "calls/result_codes.h"
 #include "commands/commands.h"
+#include "patterns.h"
 #include "ports/port.h"
 
 namespace corvex::mvfp {
@@ -25,12 +24,9 @@ static_assert(DEV_REPLY_BYTES <= sizeof Reply::text);
 
 // The entry knows ports by number: COM3, or 3.
 std::string NumberOf(const std::string& given) {
-  std::smatch found;
-  const std::string port = PortName(given);
-  if (std::regex_match(port, found,
-                       std::regex("(?:COM)?(0|[1-9][0-9]{0,8})"))) {
-    return found[1];
-  }
+  const auto found =
+      FindPattern(PortName(given), "^(?:COM)?(0|[1-9][0-9]{0,8})$");
+  if (!found.empty()) return found[1];
   throw UsageFailure(
       given.empty() ? "no port given" : "\"" + given + "\" is no port COM<n>",
       "the JSON entry asks by number; give the port a name like /dev/COM3, as "
@@ -84,9 +80,9 @@ int Info(const Report& report, const DeviceOptions& given) {
 }  // namespace
 
 void AddInfo(CommandLine* line) {
-  const auto [app, options] = line->Add(kHelp, Info);
-  AddPortOption(app, &options->port);
-  AddWaitOption(app, &options->wait_s);
+  const auto [arguments, options] = line->Add(kHelp, Info);
+  AddPortOption(arguments, &options->port);
+  AddWaitOption(arguments, &options->wait_s);
 }
 
 }  // namespace corvex::mvfp

@@ -109,11 +109,12 @@ int Inspect(const Report& report, const Options& options) {
 }  // namespace
 
 void AddInspect(CommandLine* line) {
-  const auto [app, options] = line->Add(kHelp, Inspect);
-  app->add_option("RECORD", options->record, "The record")->required();
-  app->add_option("--picture", options->picture,
-                  "Draw the minutiae to a file: NAME.svg or NAME.png")
-      ->type_name("FILE");
+  const auto [arguments, options] = line->Add(kHelp, Inspect);
+  arguments.Text("RECORD", &options->record, "The record").Required();
+  arguments
+      .Text("--picture", &options->picture,
+            "Draw the minutiae to a file: NAME.svg or NAME.png")
+      .Named("FILE");
 }
 
 }  // namespace corvex::mvfp

@@ -106,12 +106,12 @@ int LinkTest(const Report& report, const Options& options) {
 }  // namespace
 
 void AddLinkTest(CommandLine* line) {
-  const auto [app, options] = line->Add(kHelp, LinkTest);
-  AddDeviceOptions(app, options);
+  const auto [arguments, options] = line->Add(kHelp, LinkTest);
+  AddDeviceOptions(arguments, options);
   constexpr int kMost = 100000;
-  app->add_option("-n,--count", options->count, "How many queries [20]")
-      ->check(CLI::Range(1, kMost))
-      ->type_name("N");
+  arguments
+      .Number("-n,--count", &options->count, 1, kMost, "How many queries [20]")
+      .Named("N");
 }
 
 }  // namespace corvex::mvfp

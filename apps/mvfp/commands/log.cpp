@@ -145,13 +145,13 @@ void AddLog(CommandLine* line) {
   CLI::App* const log = line->AddGroup(kHelp);
   line->Add(kOn, On, log);
   const auto off = line->Add(kOff, Off, log);
-  CLI::Option* const keep = off.app->add_flag(
-      "--keep", off.options->keep, "Keep what it holds (done anyway)");
-  off.app->add_flag("--delete", off.options->remove, "Do not keep it")
-      ->excludes(keep);
-  const auto [app, options] = line->Add(kFollow, Follow, log);
-  app->add_flag("--from-start", options->from_start,
-                "Begin with what today's log already holds");
+  const Argument keep = off.arguments.Flag("--keep", &off.options->keep,
+                                           "Keep what it holds (done anyway)");
+  off.arguments.Flag("--delete", &off.options->remove, "Do not keep it")
+      .Excludes(keep);
+  const auto [arguments, options] = line->Add(kFollow, Follow, log);
+  arguments.Flag("--from-start", &options->from_start,
+                 "Begin with what today's log already holds");
 }
 
 }  // namespace corvex::mvfp

@@ -86,14 +86,14 @@ int Match(const Report& report, const Options& options) {
 }  // namespace
 
 void AddMatch(CommandLine* line) {
-  const auto [app, options] = line->Add(kHelp, Match);
-  app->add_option("FIRST", options->first, "The template")->required();
-  app->add_option("SECOND", options->second, "The feature to compare")
-      ->required();
-  app->add_option("-l,--level", options->level,
-                  "Security level 1 to 5 [3]; 0: the score alone")
-      ->check(CLI::Range(0, 5))
-      ->type_name("LEVEL");
+  const auto [arguments, options] = line->Add(kHelp, Match);
+  arguments.Text("FIRST", &options->first, "The template").Required();
+  arguments.Text("SECOND", &options->second, "The feature to compare")
+      .Required();
+  arguments
+      .Number("-l,--level", &options->level, FG_LEVEL_SCORE, FG_LEVEL_HIGHEST,
+              "Security level 1 to 5 [3]; 0: the score alone")
+      .Named("LEVEL");
 }
 
 }  // namespace corvex::mvfp

@@ -131,14 +131,14 @@ int Scan(const Report& report, const ScanOptions& options) {
 
 void AddPortsAndScan(CommandLine* line) {
   line->Add(kPorts, Ports);
-  const auto [app, options] = line->Add(kScan, Scan);
-  AddBoxOption(app, &options->box);
-  AddWaitOption(app, &options->wait_s);
+  const auto [arguments, options] = line->Add(kScan, Scan);
+  AddBoxOption(arguments, &options->box);
+  AddWaitOption(arguments, &options->wait_s);
   constexpr int kLongest = 60;
-  app->add_option("-t,--timeout", options->limit_s,
-                  "How long to wait for an answer on each port [3]")
-      ->check(CLI::Range(1, kLongest))
-      ->type_name("SECONDS");
+  arguments
+      .Number("-t,--timeout", &options->limit_s, 1, kLongest,
+              "How long to wait for an answer on each port [3]")
+      .Named("SECONDS");
 }
 
 }  // namespace corvex::mvfp

@@ -58,10 +58,10 @@ int Probe(const Report& report, const DeviceOptions& options) {
 }  // namespace
 
 void AddVersionSnAndProbe(CommandLine* line) {
-  for (const auto& [app, options] :
+  for (const auto& [arguments, options] :
        {line->Add(kVersion, Version), line->Add(kSn, Sn),
         line->Add(kProbe, Probe)}) {
-    AddDeviceOptions(app, options);
+    AddDeviceOptions(arguments, options);
   }
 }
 

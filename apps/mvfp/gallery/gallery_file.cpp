@@ -64,15 +64,14 @@ std::string Column(sqlite3_stmt* row, int column) {
 
 }  // namespace
 
-CLI::Option* AddGalleryOption(CLI::App* command, std::string* path) {
-  return command
-      ->add_option("-g,--gallery", *path,
-                   "The gallery's file [MVFP_GALLERY, else in your data "
-                   "directory]")
-      ->check([](const std::string& given) {
+Argument AddGalleryOption(const Arguments& arguments, std::string* path) {
+  return arguments
+      .Text("-g,--gallery", path,
+            "The gallery's file [MVFP_GALLERY, else in your data directory]")
+      .Checked([](const std::string& given) {
         return std::string(given.empty() ? "names no file" : "");
       })
-      ->type_name("FILE");
+      .Named("FILE");
 }
 
 GalleryFile::GalleryFile(const std::string& given_path, Access access)

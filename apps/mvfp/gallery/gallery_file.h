@@ -3,13 +3,13 @@
 #ifndef APPS_MVFP_GALLERY_GALLERY_FILE_H_
 #define APPS_MVFP_GALLERY_GALLERY_FILE_H_
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "arguments.h"
 #include "libraries/sqlite.h"
 
 namespace corvex::mvfp {
@@ -23,7 +23,7 @@ struct GalleryEntry {
 };
 
 // --gallery, else MVFP_GALLERY, else a file in the user's data directory.
-CLI::Option* AddGalleryOption(CLI::App* command, std::string* path);
+Argument AddGalleryOption(const Arguments& arguments, std::string* path);
 
 // Every failure throws a Failure that names the file, and changes nothing.
 class GalleryFile {

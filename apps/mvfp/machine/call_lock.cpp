@@ -9,11 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
-#include <regex>
 
 #include "cx_file_lock/cx_file_lock.h"
 #include "files.h"
 #include "machine/processes.h"
+#include "patterns.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -27,12 +27,10 @@ std::optional<pid_t> TakerIn(const std::string& path) {
   std::array<char, 64> file{};
   snprintf(file.data(), file.size(), "%02x:%02x:%lu", major(status.st_dev),
            minor(status.st_dev), status.st_ino);
-  const std::string text = ReadText(path);
-  const std::regex line(std::string(": FLOCK .* ([0-9]+) ") + file.data() +
-                        " ");
-  std::smatch found;
-  if (!std::regex_search(text, found, line)) return std::nullopt;
-  return atoi(found[1].str().c_str());
+  const auto found = FindPattern(
+      ReadText(path), std::string(": FLOCK .* ([0-9]+) ") + file.data() + " ");
+  if (found.empty()) return std::nullopt;
+  return atoi(found[1].c_str());
 }
 
 // A process that has the lock: the one that took it, else one that got it from

@@ -9,9 +9,9 @@
 #include <ctime>
 #include <filesystem>
 #include <memory>
-#include <regex>
 
 #include "files.h"
+#include "patterns.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -37,12 +37,12 @@ std::vector<std::string> Entries(const std::string& directory) {
 bool PlaysOtherEnd(const Process& process, const struct stat& terminal) {
   constexpr unsigned kFirstPseudoMajor = 136;
   if (major(terminal.st_rdev) != kFirstPseudoMajor) return false;
-  const std::regex index("tty-index:\\s*" +
-                         std::to_string(minor(terminal.st_rdev)) + "\\b");
-  const std::vector<std::string> infos = Descriptors(process, "fdinfo");
-  return std::any_of(infos.begin(), infos.end(), [&](const std::string& info) {
-    return std::regex_search(ReadText(info), index);
-  });
+  std::string infos;
+  for (const std::string& path : Descriptors(process, "fdinfo")) {
+    infos += ReadText(path);
+  }
+  return HasPattern(infos, "tty-index:\\s*" +
+                               std::to_string(minor(terminal.st_rdev)) + "\\b");
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <regex>
 
 #include "files.h"
+#include "patterns.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -28,7 +28,7 @@ bool IsConsole(const struct stat& node) {
 // One that asks for a log-in on this line: agetty and its kin.
 bool OffersLogIn(const Process& process, const std::string& port,
                  const std::string& node_name, const struct stat& node) {
-  if (!std::regex_search(process.name, std::regex("getty$"))) return false;
+  if (!HasPattern(process.name, "getty$")) return false;
   const std::string line = ReadText(process.Entry("cmdline"));
   return process.terminal == node.st_rdev ||
          Contains(line, '\0' + port + '\0') ||
