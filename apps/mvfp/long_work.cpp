@@ -80,11 +80,8 @@ void LongWork::Done(size_t done) {
 
 Failure LongWork::Interrupted() {
   const int number = g_signal;
-  return {"interrupted; nothing was changed",
-          "",
-          128 + number,
-          {{"signal", number}},
-          number};
+  return {"interrupted; nothing was changed", "", 128 + number,
+          SignalDetails(number), number};
 }
 
 void LongWork::Show(size_t done) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 namespace corvex::mvfp {
 namespace {
@@ -19,6 +20,14 @@ int SayUnwritable() {
 }
 
 }  // namespace
+
+std::shared_ptr<const Json> Details(const Json& fields) {
+  return std::make_shared<const Json>(fields);
+}
+
+std::shared_ptr<const Json> SignalDetails(int number) {
+  return Details({{"signal", number}});
+}
 
 Failure UsageFailure(const std::string& what, const std::string& next) {
   return {what, next, kExitUsage};
@@ -53,7 +62,7 @@ int Report::Failed(const Failure& failure) const {
   if (!failure.next.empty()) Say(failure.next);
   if (!json_) return failure.exit_code;
   Json error = {{"what", failure.what}, {"next", failure.next}};
-  error.update(failure.details);
+  if (failure.details != nullptr) error.update(*failure.details);
   const Json fields = {{"exit_code", failure.exit_code}, {"error", error}};
   return WriteObject(false, fields) ? failure.exit_code : SayUnwritable();
 }

@@ -4,12 +4,14 @@
 #ifndef APPS_MVFP_REPORT_H_
 #define APPS_MVFP_REPORT_H_
 
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <utility>
 
 namespace corvex::mvfp {
 
+// Who makes some includes <nlohmann/json.hpp>, which takes the compiler long.
 using Json = nlohmann::ordered_json;
 
 enum ExitCode {      // scripts test these: add, never renumber
@@ -26,9 +28,13 @@ struct Failure {
   std::string what;  // went wrong
   std::string next;  // to do; may be empty
   int exit_code = kExitFailed;
-  Json details = Json::object();
+  std::shared_ptr<const Json> details = nullptr;  // more fields for --json
   int signal = 0;  // that ends the tool when this has been said
 };
+
+// For a Failure's details: an object, and {"signal": number}.
+std::shared_ptr<const Json> Details(const Json& fields);
+std::shared_ptr<const Json> SignalDetails(int number);
 
 // A failure of what the user gave.
 Failure UsageFailure(const std::string& what, const std::string& next);

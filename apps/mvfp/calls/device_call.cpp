@@ -168,17 +168,13 @@ Failure Crashed(const char* function, int status) {
   const int number = WIFSIGNALED(status) ? WTERMSIG(status) : SIGABRT;
   return {std::string("the driver crashed in ") + function + ": " +
               strsignal(number),
-          "report this, with the day's log: mvfp log on",
-          kExitFailed,
-          {{"signal", number}}};
+          "report this, with the day's log: mvfp log on", kExitFailed,
+          SignalDetails(number)};
 }
 
 Failure Interrupted(int number) {
-  return {"interrupted; the port and the reader are free again",
-          "",
-          128 + number,
-          {{"signal", number}},
-          number};
+  return {"interrupted; the port and the reader are free again", "",
+          128 + number, SignalDetails(number), number};
 }
 
 Failure TookTooLong(int limit_s) {

@@ -1,12 +1,17 @@
 #include "calls/result_codes.h"
 
 #include <functional>
+#include <nlohmann/json.hpp>
 
 #include "machine/call_lock.h"
 #include "ports/port.h"
 #include "result_codes_table.h"
 
 namespace corvex::mvfp {
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Meaning, calls, code, name, at_once, message,
+                                   meaning, cause, remedy)
+
 namespace {
 
 // Drops the rows that do not fit, unless none fits: then it returns false.
@@ -72,6 +77,8 @@ const Meanings& AllMeanings() {
   return rows;
 }
 
+Json AsJson(const Meanings& rows) { return nlohmann::json(rows); }
+
 bool CanGive(const std::string& call, const Meaning& row) {
   return std::find(row.calls.begin(), row.calls.end(), call) != row.calls.end();
 }
@@ -91,10 +98,10 @@ Failure CallFailure(const std::string& call, const Reply& reply,
     failure.next = "see the day's log: mvfp log on";
   }
   failure.what += " (" + call + " " + std::to_string(reply.rc) + ")";
-  failure.details = {{"function", call},
-                     {"code", reply.rc},
-                     {"message", reply.message},
-                     {"meanings", nlohmann::json(rows)}};
+  failure.details = Details({{"function", call},
+                             {"code", reply.rc},
+                             {"message", reply.message},
+                             {"meanings", AsJson(rows)}});
   return failure;
 }
 

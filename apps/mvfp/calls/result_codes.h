@@ -25,13 +25,13 @@ struct Meaning {
   std::string cause;
   std::string remedy;
 };
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Meaning, calls, code, name, at_once, message,
-                                   meaning, cause, remedy)
 
 using Meanings = std::vector<Meaning>;
 
 // Every row, -1 first.
 const Meanings& AllMeanings();
+
+Json AsJson(const Meanings& rows);
 
 // Those rows that fit.
 template <typename Fits>

@@ -1,6 +1,7 @@
 // doctor: takes the steps of a call, says what happened and what mends it.
 #include <cerrno>
 #include <iomanip>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "calls/queries.h"

@@ -1,5 +1,6 @@
 // enroll: a template of three presses, and on request what it is worth, a
 // receipt, and a place in the gallery.
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
@@ -156,8 +157,7 @@ Failure BadCheck(const HeldOut& check) {
       InWords(check) + "; level 3 is wanted, so nothing was kept",
       "enrol again: press flatter, lift the finger between presses, or take "
       "another finger",
-      kExitNo,
-      {{"score", check.score}, {"level", check.level}}};
+      kExitNo, Details({{"score", check.score}, {"level", check.level}})};
 }
 
 Failure EnrolledAlready(const Hit& twin) {
@@ -166,7 +166,7 @@ Failure EnrolledAlready(const Hit& twin) {
               ", level " + std::to_string(twin.level),
           "nothing was kept; if it is another person's after all, enrol again "
           "with --allow-duplicate",
-          kExitNo, FieldsOf(twin)};
+          kExitNo, Details(FieldsOf(twin))};
 }
 
 // The best hit of another id than the one that is enrolled.

@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 
@@ -153,7 +154,7 @@ int Explain(const Report& report, const Options& options) {
         who + " never fails with " + code,
         "0 and more is success; the failures of " + who + ": " + Joined(codes));
   }
-  return report.Result({{"meanings", nlohmann::json(found)}},
+  return report.Result({{"meanings", AsJson(found)}},
                        Text(found, !code.empty()));
 }
 

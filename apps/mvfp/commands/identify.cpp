@@ -1,6 +1,7 @@
 // identify and verify: whose finger is on the reader?
 #include <mv_match.h>
 
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "commands/capture.h"

@@ -1,4 +1,6 @@
 // info: what the driver's JSON entry tells about a reader.
+#include <nlohmann/json.hpp>
+
 #include "calls/driver.h"
 #include "calls/result_codes.h"
 #include "commands/commands.h"

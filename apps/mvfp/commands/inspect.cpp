@@ -1,6 +1,7 @@
 // inspect: a record as a table and as a picture. Touches no reader.
 #include <array>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "commands/commands.h"
 #include "files.h"
@@ -98,7 +99,7 @@ int Inspect(const Report& report, const Options& options) {
     if (!picture.empty()) Draw(record, picture);
   } catch (Failure& failure) {
     // The table is not lost with the picture.
-    failure.details["record"] = AsJson(record);
+    failure.details = Details({{"record", AsJson(record)}});
     if (!report.IsJson()) report.Result({}, Table(record));
     throw;
   }

@@ -1,6 +1,7 @@
 // link-test: how well the line to a reader works.
 #include <algorithm>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "calls/queries.h"

@@ -1,4 +1,5 @@
 // match: compares two records. Touches no reader.
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "calls/driver.h"

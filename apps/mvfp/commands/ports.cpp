@@ -1,4 +1,6 @@
 // ports and scan: where a reader may be, and where one is.
+#include <nlohmann/json.hpp>
+
 #include "calls/queries.h"
 #include "calls/result_codes.h"
 #include "calls/wait_line.h"

@@ -1,4 +1,6 @@
 // version, sn and probe: questions that a reader answers at once.
+#include <nlohmann/json.hpp>
+
 #include "calls/queries.h"
 #include "calls/result_codes.h"
 #include "commands/commands.h"

@@ -1,5 +1,6 @@
 #include "gallery/searchable.h"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "long_work.h"
