@@ -13,7 +13,7 @@
 #include <functional>
 #include <string>
 
-#include "arguments.h"
+#include "command_line.h"
 
 namespace corvex::mvfp {
 

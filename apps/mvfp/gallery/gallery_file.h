@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "arguments.h"
+#include "command_line.h"
 #include "libraries/sqlite.h"
 
 namespace corvex::mvfp {
