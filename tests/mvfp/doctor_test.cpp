@@ -8,7 +8,6 @@ namespace {
 #define AS_STRANGER "setpriv --bounding-set=-all mvfp doctor"
 #define MEND "\n                $ "
 // A process of that name, which was told the port's.
-// A process of that name, which was told the port's.
 #define BESIDE(name, redirected)                                              \
   "cp /bin/sh /tmp/" name "; /tmp/" name " -c 'sleep 99; :' COM3 " redirected \
   " & until grep -q " name                                                    \
