@@ -11,29 +11,16 @@
 # copy-on-write layer in memory.
 set -euo pipefail
 
-if [ "${IN_OWN_WORLD-}" != 1 ]; then
-  if ! unshare --mount --ipc --pid --fork mount -t tmpfs tmpfs /mnt; then
-    echo "$0: namespaces and mounts are not allowed here" >&2
-    exit 77
-  fi
-  exec env IN_OWN_WORLD=1 \
-    unshare --mount --ipc --pid --fork --kill-child "$0" "$@"
-fi
-
-here=$(dirname "$(realpath "$0")")
-packages=$(realpath -e "${1:?which directory holds the packages?}")
-architecture=$(dpkg-deb -f "$packages"/libmv-fpi1_*.deb Architecture)
+# shellcheck source=packaging/world.sh
+source "$(dirname "$0")/world.sh"
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/mv-fpi
 base=$cache/clean-bookworm-$architecture
 downloads=$cache/downloads-bookworm-$architecture
-root=/mnt/root
 names=(libmv-fpi1 libmv-match1 libmv-fpi-dev mv-fpi-prompt mv-fpi-tools
   mv-fpi-web mv-fpi-doc python3-mv-fpi libsqlite3-mod-mv-fpi
   postgresql-15-mv-fpi)
-mount -t tmpfs tmpfs /mnt
 
 step() { printf '\n== %s\n' "$1"; }
-fail() { echo "FAILED: $1" >&2; exit 1; }
 # shellcheck source=packaging/test-sql.sh
 source "$here/test-sql.sh"
 inside() { chroot "$root" /usr/bin/env -i PATH="$PATH" LC_ALL=C.UTF-8 "$@"; }
@@ -54,13 +41,8 @@ make_base() {
 }
 
 enter_clean_system() {
-  mkdir -p /mnt/upper /mnt/work "$root" \
-    "$downloads/archives/partial" "$downloads/lists/partial"
-  mount -t overlay overlay \
-    -o "lowerdir=$base,upperdir=/mnt/upper,workdir=/mnt/work" "$root"
-  mount -t proc proc "$root/proc"
-  mount --rbind /dev "$root/dev"
-  mount -t tmpfs -o mode=1777 tmpfs "$root/tmp"
+  mkdir -p "$downloads/archives/partial" "$downloads/lists/partial"
+  enter_system "$base"
   mount --bind "$downloads/archives" "$root/var/cache/apt/archives"
   mount --bind "$downloads/lists" "$root/var/lib/apt/lists"
   cp -L /etc/resolv.conf "$root/etc/resolv.conf"
@@ -117,33 +99,16 @@ build_hosts() {
     cmake --build build >/dev/null'
 }
 
-start_reader() {
-  coproc READER {
-    inside mvfp-vreader --records /usr/share/mv-fpi/fingers.tsv --script -
-  }
-  read -r port <&"${READER[0]}" || fail "no virtual reader"
-}
-
-tell_reader() { echo "$1" >&"${READER[1]}"; }
-
 start_screen() {
   exec {number}< <(exec Xvfb -displayfd 1 -ac -screen 0 800x600x24 2>/dev/null)
   read -r display <&"$number" || fail "no X server"
 }
 
+sees_window() { DISPLAY=:$display xwininfo -root -tree | grep -q cx_capdlg; }
+
 # The window is on the screen before a finger is, and gone after the last press.
 check_guided_enrolment() {
-  inside DISPLAY=":$display" mvfp enroll --guided --timeout 120 \
-    --port "$port" -o /root/guided.template &
-  local enrolment=$! tries=0
-  until DISPLAY=:$display xwininfo -root -tree | grep -q cx_capdlg; do
-    tries=$((tries + 1))
-    [ "$tries" -lt 200 ] || fail "no window came up"
-    kill -0 "$enrolment" || fail "the enrolment ended before the window"
-    sleep 0.5
-  done
-  tell_reader "press 1"
-  wait "$enrolment" || fail "guided enrolment"
+  enrol_guided DISPLAY=":$display" /root/guided.template
   if inside pgrep -x cx_capdlg; then fail "the window stayed"; fi
   inside mvfp capture --port "$port" -o /root/door.feature
   inside mvfp match /root/guided.template /root/door.feature
@@ -256,8 +221,7 @@ check_nothing_left() {
 
 step "A clean system ($architecture)"
 "$here/../scripts/install-deps.sh" packages
-[ "$architecture" = "$(dpkg --print-architecture)" ] ||
-  "$here/../scripts/emulate-arm64.sh"
+emulate_foreign
 [ -d "$base" ] || make_base
 enter_clean_system
 apt update
