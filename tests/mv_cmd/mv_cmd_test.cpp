@@ -25,8 +25,20 @@ namespace {
 
 bool g_waits_last = false;
 int64_t g_waited_ms = 0;
+bool g_may_drain_for_ever = false;
 
 }  // namespace
+
+// The kernel's, noting a wait for output that the far side may hold back.
+int tcsetattr(int fd, int when, const termios* wanted) noexcept {
+  static const auto real =
+      reinterpret_cast<decltype(&tcsetattr)>(dlsym(RTLD_NEXT, "tcsetattr"));
+  termios present{};
+  tcgetattr(fd, &present);
+  const bool waits = when != TCSANOW;
+  g_may_drain_for_ever |= waits && (present.c_cflag & CRTSCTS) != 0;
+  return real(fd, when, wanted);
+}
 
 int select(int count, fd_set* in, fd_set* out, fd_set* other, timeval* wait) {
   static const auto real =
@@ -126,6 +138,7 @@ TEST_F(SerialPort, OpensRawAndGivesTheSettingsBack) {
   EXPECT_EQ("fresh", Text());
   // The close drains without flow control, and then restores that too.
   EXPECT_EQ(0, corvex_close_uart(fd));
+  EXPECT_FALSE(g_may_drain_for_ever);
   EXPECT_TRUE(support::SameSettings(odd, pty_.Settings()));
   EXPECT_EQ(-1, fcntl(fd, F_GETFD));
   close(slave);
@@ -161,8 +174,10 @@ TEST_F(SerialPort, WaitsEndAndSayHow) {
   EXPECT_EQ(3, corvex_read_data(port_, buf_, 10));
   EXPECT_EQ("abc", Text());
   EXPECT_EQ(10000, WaitedMs());
-  Reply("abc");
+  Reply("xyz");
+  buf_[3] = '#';
   EXPECT_EQ(3, corvex_read_rate_data(port_, buf_, 3));
+  EXPECT_EQ("xyz", Text());
   EXPECT_EQ(-9, corvex_wait_data(1000000, 1));  // beyond what select watches
   EXPECT_EQ(-9, corvex_wait_data(-1, 1));
   EXPECT_EQ(-1, wait_read(1000000, 1));

@@ -35,7 +35,7 @@ extern "C" time_t time(time_t* out) noexcept {
 int select(int count, fd_set* in, fd_set* out, fd_set* other, timeval* wait) {
   if (count == 0 && g_test != nullptr) {
     const int64_t ms = wait->tv_sec * 1000 + wait->tv_usec / 1000;
-    g_paused_ms += ms;
+    g_paused_ms += g_test->clock_is_set_back_ ? -ms : ms;
     g_test->Note(std::to_string(ms));
     return 0;
   }

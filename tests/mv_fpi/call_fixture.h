@@ -31,6 +31,7 @@ class CallTest : public testing::Test {
   // what it has the prompt window do.
   void Note(const std::string& step);
   bool notes_steps_ = true;
+  bool clock_is_set_back_ = false;  // by every pause
 
   // What the prompt window answers. None is opened unless a test changes it.
   struct Window {

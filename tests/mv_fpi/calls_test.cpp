@@ -94,6 +94,7 @@ class Calls : public CallTest {
     reader_.Lift();
     with_ = Usual();
     window_ = {};
+    clock_is_set_back_ = false;
     RemoveLibrary();
   }
 
@@ -145,6 +146,8 @@ TEST_F(Calls, FG_GetFeature) {
   In("speed refused", "status 5");
   with_.timeout_s = 1;
   In("no finger in time", "");
+  clock_is_set_back_ = true;
+  In("clock set back", "press good");
   with_.box = "x";
   In("no such box", "");
   with_.port = "none";

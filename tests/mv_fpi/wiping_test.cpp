@@ -1,6 +1,8 @@
-// What a finger leaves in memory: the driver's freed blocks and its dead stack
-// are searched for the record, in every form that it takes on its way.
+// What a finger leaves in memory: the driver's freed blocks, its dead stack and
+// its statics are searched for the record, in every form that it takes on its
+// way.
 #include <malloc.h>
+#include <mv_match.h>
 #include <pthread.h>
 #include <sys/mman.h>
 
@@ -23,6 +25,7 @@ struct Form {
 // Plain arrays, as they are read while memory is being freed.
 std::array<Form, 5> g_forms;
 thread_local bool g_watching = false;
+bool g_has_no_memory = false;  // while watching
 int g_freed_blocks = 0;
 
 void SetForm(size_t index, const char* name, const void* middle) {
@@ -42,7 +45,15 @@ void Search(const void* memory, size_t bytes) {
 
 extern "C" {
 
+// Where this program's statics lie.
+extern const char __data_start[], _end[];
+
+void* __libc_calloc(size_t count, size_t size);
 void __libc_free(void* memory);
+
+void* calloc(size_t count, size_t size) {
+  return g_watching && g_has_no_memory ? nullptr : __libc_calloc(count, size);
+}
 
 // Takes the place of the C library's, also for operator delete.
 void free(void* memory) {
@@ -94,7 +105,14 @@ class WipingTest : public CallTest {
     ASSERT_EQ(0, pthread_create(&thread, &attributes, run, &call));
     pthread_join(thread, nullptr);
     Search(stack, kStackBytes);
+    const char* const forms = reinterpret_cast<const char*>(&g_forms);
+    Search(__data_start, static_cast<size_t>(forms - __data_start));
+    const char* const rest = forms + sizeof g_forms;
+    Search(rest, static_cast<size_t>(_end - rest));
     EXPECT_GT(g_freed_blocks, 0);
+  }
+  static void ExpectNothingFound() {
+    for (const Form& form : g_forms) EXPECT_FALSE(form.found) << form.name;
   }
 
   void ExpectNothingLeftBy(const std::string& call) {
@@ -102,7 +120,7 @@ class WipingTest : public CallTest {
     Watch([&] { result = Call(call, with_); });
     EXPECT_EQ(0, result);
     EXPECT_EQ(text_ + '\0', Out());
-    for (const Form& form : g_forms) EXPECT_FALSE(form.found) << form.name;
+    ExpectNothingFound();
   }
 
   const support::Bytes record_ = Record(30);
@@ -127,10 +145,27 @@ TEST_F(WipingTest, AnEnrolmentLeavesNothing) {
 }
 
 TEST_F(WipingTest, AComparisonLeavesNothing) {
-  int score = -1;
-  Watch([&] { score = FG_FpMatch(text_.c_str(), text_.c_str(), 0); });
-  EXPECT_EQ(100, score);
-  for (const Form& form : g_forms) EXPECT_FALSE(form.found) << form.name;
+  // Threads without memory of their own take turns at a common matcher.
+  for (const bool has_memory : {true, false}) {
+    g_has_no_memory = !has_memory;
+    int score = -1;
+    Watch([&] { score = FG_FpMatch(text_.c_str(), text_.c_str(), 0); });
+    EXPECT_EQ(100, score);
+    ExpectNothingFound();
+  }
+}
+
+TEST_F(WipingTest, AGalleryLeavesNothing) {
+  mv_hit hit{};
+  Watch([&] {
+    mv_gallery* const gallery = mv_gallery_new();
+    mv_gallery_add(gallery, 7, 0, record_.data(), record_.size());
+    mv_gallery_search(gallery, record_.data(), record_.size(), nullptr, &hit,
+                      1);
+    mv_gallery_free(gallery);
+  });
+  EXPECT_EQ(7, hit.id);
+  ExpectNothingFound();
 }
 
 }  // namespace

@@ -114,6 +114,8 @@ TEST(Records, TextsAreThereAndBack) {
   back.resize(static_cast<size_t>(std::max(bytes, 0)));
   EXPECT_EQ(record, back);
   EXPECT_EQ(Compare(record, record), mv_compare_text(text, text));
+  const std::string endless = text + std::string(1 << 20, 'A');
+  EXPECT_EQ(Compare(record, record), mv_compare_text(endless.c_str(), text));
   text[16] = '\n';  // as mail wraps it
   EXPECT_EQ(MV_ERR_ENDS_EARLY, mv_compare_text(text, text));
 }
@@ -150,6 +152,12 @@ TEST(Records, TheTemplateIsChosenAsTheDriverChoosesIt) {
     ++chosen_ones;
   }
   EXPECT_GT(chosen_ones, 200);
+  const Bytes& record = Golden()[0].first;
+  const std::vector<const void*> eleven(11, record.data());
+  const std::vector<size_t> bytes(11, record.size());
+  size_t chosen = 99;
+  EXPECT_EQ(MV_ERR_ARGUMENT,
+            mv_choose_template(eleven.data(), bytes.data(), 11, &chosen));
 }
 
 class GalleryTest : public testing::Test {
@@ -323,6 +331,10 @@ TEST_F(GalleryTest, WithoutMemoryNothingIsHalfAdded) {
     code = mv_gallery_add(gallery_.get(), 77, 0, record.data(), record.size());
   }
   EXPECT_EQ(MV_ERR_MEMORY, code);
+  while (malloc(1 << 16) != nullptr) {
+  }
+  Search(record, 1, {});
+  EXPECT_EQ(MV_ERR_MEMORY, found_);  // rather than what a part of it has
   const size_t count = mv_gallery_count(gallery_.get());
   ASSERT_EQ(0, setrlimit(RLIMIT_AS, &usual));
   EXPECT_EQ(static_cast<int>(count) - 10,
