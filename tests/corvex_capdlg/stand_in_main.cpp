@@ -1,4 +1,5 @@
 // A prompt program without a window: notes what it receives.
+#include <signal.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -9,6 +10,7 @@
 int main(int, char** argv) {
   std::string behaviour;
   std::ifstream("/tmp/stand_in_behaviour") >> behaviour;
+  if (behaviour == "stubborn") signal(SIGTERM, SIG_IGN);
   std::ofstream notes("/tmp/stand_in_notes", std::ios::app);
   notes << "start " << argv[1] << ' ' << cx_dlg_get_dlgtype() << ' '
         << cx_dlg_get_timeout() << std::endl;
