@@ -77,9 +77,18 @@ TEST_F(PromptClient, SendsWhitePicturesOfKnownSizesAndTextsOf1To512Bytes) {
     }
   }
   EXPECT_TRUE(StandInNoted("images 93238 0"));
-  for (const int32_t length : {0, 12345, 41973, INT_MAX}) {
+  for (const int32_t length : {-1, 0, 12345, 41973, INT_MAX}) {
     EXPECT_EQ(-1, cx_set_fp_white_img(length)) << length;
   }
+  EXPECT_EQ(0, cx_send_fp_data_to_dlg(0, "", 30400));
+  EXPECT_EQ(31478, m_smo_data->img1_len);
+  EXPECT_EQ(0, cx_send_fp_data_to_dlg(1, "by kind", 0));
+  EXPECT_TRUE(StandInNoted("text by kind"));
+  const int32_t wrong[] = {cx_send_fp_data_to_dlg(2, "", 0),
+                           cx_send_fp_data_to_dlg(-1, "", 0),
+                           cx_send_fp_data_to_dlg(0, nullptr, 30400),
+                           cx_send_fp_data_to_dlg(1, "", -1)};
+  for (const int32_t result : wrong) EXPECT_EQ(-1, result);
 }
 
 // A picture whose every pixel tells its row and column.

@@ -116,6 +116,9 @@ TEST(Records, TextsAreThereAndBack) {
   EXPECT_EQ(Compare(record, record), mv_compare_text(text, text));
   const std::string endless = text + std::string(1 << 20, 'A');
   EXPECT_EQ(Compare(record, record), mv_compare_text(endless.c_str(), text));
+  EXPECT_EQ(MV_ERR_ARGUMENT, mv_compare_text(text, nullptr));
+  EXPECT_EQ(MV_ERR_ARGUMENT,
+            mv_record_from_text(nullptr, 4, back.data(), nullptr));
   text[16] = '\n';  // as mail wraps it
   EXPECT_EQ(MV_ERR_ENDS_EARLY, mv_compare_text(text, text));
 }

@@ -63,6 +63,7 @@ ShimReport LeaveShim() {
 int open(const char* path, int flags, ...) {
   static const auto real = Next<decltype(open)>("open");
   if (Fails(Shimmed::kOpen)) return -1;
+  if ((flags & O_CLOEXEC) == 0) g_shim.report.opens_for_children = true;
   va_list mode;
   va_start(mode, flags);
   const int file = real(path, flags, va_arg(mode, mode_t));

@@ -21,6 +21,7 @@ struct ShimReport {
   bool failed = false;  // the chosen call was reached
   int memory_left = 0;  // blocks made less blocks freed
   int64_t waited_ms = 0;
+  bool opens_for_children = false;  // a file that programs would inherit
 };
 
 // Before a wait for input is given up, at once, `settle` lets the other side

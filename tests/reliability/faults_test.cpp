@@ -39,6 +39,7 @@ class Faults : public DriverTest,
     // Without memory nothing was asked, so nothing was waited for.
     EXPECT_FALSE(fault.function == Shimmed::kMalloc && outcome.code == -11);
     EXPECT_LE(outcome.report.waited_ms, kLongestMs);
+    EXPECT_FALSE(outcome.report.opens_for_children);
     ExpectNothingLeft();
     return outcome.report;
   }
