@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <utility>
 
 #include "mv_base/transcript.h"
@@ -26,8 +27,14 @@ namespace {
 bool g_waits_last = false;
 int64_t g_waited_ms = 0;
 bool g_may_drain_for_ever = false;
+bool g_has_memory = true;
 
 }  // namespace
+
+// How the driver takes the memory for a reply.
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  return g_has_memory ? ::operator new[](size) : nullptr;
+}
 
 // The kernel's, noting a wait for output that the far side may hold back.
 int tcsetattr(int fd, int when, const termios* wanted) noexcept {
@@ -276,6 +283,8 @@ TEST_F(Frames, TheLongestPayloadIsAThousandBytes) {
   EXPECT_EQ(-1, send(1001));
   EXPECT_EQ(-1, send(-1));
   EXPECT_EQ(-1, corvex_dev_io(port_, 0x10, nullptr, 0, buf_, nullptr));
+  g_has_memory = false;  // nor is a request sent whose reply finds no room
+  EXPECT_EQ(-99, send(1));
   ExpectNothingSent();
 }
 

@@ -34,6 +34,7 @@ extern "C" time_t time(time_t* out) noexcept {
 
 int select(int count, fd_set* in, fd_set* out, fd_set* other, timeval* wait) {
   if (count == 0 && g_test != nullptr) {
+    g_test->LookInPause();
     const int64_t ms = wait->tv_sec * 1000 + wait->tv_usec / 1000;
     g_paused_ms += g_test->clock_is_set_back_ ? -ms : ms;
     g_test->Note(std::to_string(ms));
@@ -42,6 +43,14 @@ int select(int count, fd_set* in, fd_set* out, fd_set* other, timeval* wait) {
   static const auto real =
       reinterpret_cast<decltype(&select)>(dlsym(RTLD_NEXT, "select"));
   return real(count, in, out, other, wait);
+}
+
+// Where the driver closes the port: the next host may not open it before.
+int tcsetattr(int fd, int when, const termios* settings) noexcept {
+  EXPECT_FALSE(when == TCSADRAIN && support::LockIsFree());
+  static const auto real =
+      reinterpret_cast<decltype(&tcsetattr)>(dlsym(RTLD_NEXT, "tcsetattr"));
+  return real(fd, when, settings);
 }
 
 int32_t cx_init_fp_dlg(int32_t timeout_s) {

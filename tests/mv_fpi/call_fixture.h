@@ -30,6 +30,7 @@ class CallTest : public testing::Test {
   // Writes down what a call does: pauses in ms, commands to the reader, and
   // what it has the prompt window do.
   void Note(const std::string& step);
+  virtual void LookInPause() {}
   bool notes_steps_ = true;
   bool clock_is_set_back_ = false;  // by every pause
 
