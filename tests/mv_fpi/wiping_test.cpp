@@ -37,7 +37,7 @@ int g_freed_blocks = 0;
 __attribute__((constructor)) void BindAllNames(int, char** argv) {
   if (getenv("LD_BIND_NOW") != nullptr) return;
   setenv("LD_BIND_NOW", "1", 1);
-  execv("/proc/self/exe", argv);
+  execvp(argv[0], argv);
 }
 
 void SetForm(size_t index, const char* name, const void* middle) {
