@@ -138,6 +138,7 @@ TEST_F(Calls, FG_CheckPressed) {
 TEST_F(Calls, FG_GetFeature) {
   In("finger that comes", "wait-for probe; press good");
   EXPECT_EQ(3, reader_.Counts().speed);  // 9600 baud
+  EXPECT_EQ(1, reader_.Counts().beeps);
   In("nothing to give", "press stub");
   In("just fits", "press fits");
   In("does not fit", "press long");

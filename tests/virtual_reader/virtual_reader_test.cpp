@@ -26,6 +26,7 @@ TEST(Reader, RefusesWhatIsMalformedAndSpoilsWhatItIsToldTo) {
       {"", "~101700000000", "~10011600000000", "frame marker 17 instead of 16"},
       {"", "~131601000000008DEF02D3", "~13011600000000", "value 8DEF02D3 inst"},
       {"", "~1316E9030000", "", "a payload length of 1001, more than 1000"},
+      {"", "~1016E8030000", "", "broke off after 13 characters of 2021"},
       {"", "~551600000000", "~55011600000000", "an unknown command"},
       {"", "~12160100000008BF67D9DC", "~12011600000000", "a payload that this"},
       {"", "~13160100000000", "", "of 23: the check value is missing"},
