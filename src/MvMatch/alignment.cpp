@@ -156,13 +156,12 @@ void TurnPoints(const MinutiaeVector& minutiae, int32_t theta, Points* out) {
 
 // Passes the rotations near theta, and those exactly opposite.
 void KeepTurned(int32_t theta, Candidates* candidates) {
-  uint8_t passes[kFullTurnDegrees + 1] = {};
+  uint8_t passes[kFullTurnDegrees] = {};
   for (int32_t d = -kMaxAngleDifferenceDegrees; d <= kMaxAngleDifferenceDegrees;
        ++d) {
     passes[(theta + d + kFullTurnDegrees) % kFullTurnDegrees] = 1;
   }
   passes[OppositeOf(theta)] = 1;
-  passes[kFullTurnDegrees] = passes[0];
   const int32_t count = candidates->count;
   int32_t n = 0;
   for (int32_t i = 0; i < count; ++i) {
@@ -172,40 +171,74 @@ void KeepTurned(int32_t theta, Candidates* candidates) {
   candidates->count = n;
 }
 
-// 1 when |n| <= limit, else 0; a number, so that it is joined without a branch.
-int32_t IsWithin(int32_t limit, int32_t n) {
-  return static_cast<uint32_t>(n + limit) <= static_cast<uint32_t>(2 * limit)
-             ? 1
-             : 0;
+constexpr int32_t kYShift = 16;
+
+PackedPoint Pack(int32_t x, int32_t y) {
+  return (static_cast<PackedPoint>(y) << kYShift) + static_cast<PackedPoint>(x);
 }
 
-// Whether both ends are moved alike, by no more than the histograms hold.
-int32_t AgreeOnOffset(int32_t a, int32_t b) {
-  return IsWithin(kOffsetAgreementCells - 1, a - b) &
-         IsWithin(kMaxOffsetCells, a) & IsWithin(kMaxOffsetCells, b);
+int32_t XOf(PackedPoint p) { return static_cast<int16_t>(p); }
+
+int32_t YOf(PackedPoint p) {
+  return static_cast<int16_t>((p - static_cast<PackedPoint>(XOf(p))) >>
+                              kYShift);
 }
 
-void Vote(const FirstPrint& first, const SecondPrint& second,
-          const Candidates& candidates, AlignmentSpace* space) {
-  std::memset(space->x_votes, 0, sizeof space->x_votes);
-  std::memset(space->y_votes, 0, sizeof space->y_votes);
-  const Points& p = space->first;
-  const Points& q = space->second;
+// 1 when neither coordinate is larger than `limit`, else 0: a number, so that
+// it is joined without a branch.
+uint32_t IsWithin(int32_t limit, PackedPoint p) {
+  const PackedPoint lifted = p + Pack(limit, limit);
+  const auto most = static_cast<PackedPoint>(2 * limit);
+  const bool x_is = (lifted & 0xFFFF) <= most;
+  const bool y_is = lifted >> kYShift <= most;
+  return static_cast<uint32_t>(x_is) & static_cast<uint32_t>(y_is);
+}
+
+void PackAll(const Points& points, PackedPoint packed[kPoints]) {
+  for (int32_t i = 0; i < kPoints; ++i) {
+    packed[i] = Pack(points.x[i], points.y[i]);
+  }
+}
+
+// Fills the offsets of all candidates. Those whose ends are moved alike may
+// vote; returns how many.
+int32_t MeasureOffsets(const FirstPrint& first, const SecondPrint& second,
+                       const Candidates& candidates, AlignmentSpace* space) {
+  PackedPoint* const p = space->first_at;
+  PackedPoint* const q = space->second_at;
+  PackAll(space->first, p);
+  PackAll(space->second, q);
+  uint32_t voters = 0;
   for (int32_t i = 0; i < candidates.count; ++i) {
     const StickEnds r = first.ends[FirstStickOf(candidates.packed[i])];
     const StickEnds v = second.pairs.ends[SecondStickOf(candidates.packed[i])];
-    const int32_t tx1 = p.x[r.from] - q.x[v.from];
-    const int32_t ty1 = p.y[r.from] - q.y[v.from];
-    const int32_t tx2 = p.x[r.to] - q.x[v.to];
-    const int32_t ty2 = p.y[r.to] - q.y[v.to];
-    // Without a branch: where they disagree, bin 0 gets nothing.
-    const int32_t agree = -(AgreeOnOffset(tx1, tx2) & AgreeOnOffset(ty1, ty2));
-    const auto score = static_cast<int16_t>(
-        static_cast<int32_t>(ScoreOf(candidates.packed[i])) & agree);
-    const int32_t x_bin = ((tx1 + tx2) / 2 + kMaxOffsetCells) & agree;
-    const int32_t y_bin = ((ty1 + ty2) / 2 + kMaxOffsetCells) & agree;
-    space->x_votes[x_bin] = static_cast<int16_t>(space->x_votes[x_bin] + score);
-    space->y_votes[y_bin] = static_cast<int16_t>(space->y_votes[y_bin] + score);
+    const PackedPoint from = p[r.from] - q[v.from];
+    const PackedPoint to = p[r.to] - q[v.to];
+    space->from_offset[i] = from;
+    space->to_offset[i] = to;
+    space->voters[voters] = static_cast<uint16_t>(i);
+    voters += IsWithin(kOffsetAgreementCells - 1, from - to);
+  }
+  return static_cast<int32_t>(voters);
+}
+
+// Offsets that the histograms do not hold get no vote.
+void Vote(const Candidates& candidates, int32_t voters, AlignmentSpace* space) {
+  std::memset(space->x_votes, 0, sizeof space->x_votes);
+  std::memset(space->y_votes, 0, sizeof space->y_votes);
+  for (int32_t k = 0; k < voters; ++k) {
+    const uint16_t i = space->voters[k];
+    const PackedPoint from = space->from_offset[i];
+    const PackedPoint to = space->to_offset[i];
+    if ((IsWithin(kMaxOffsetCells, from) & IsWithin(kMaxOffsetCells, to)) ==
+        0) {
+      continue;
+    }
+    const auto score = static_cast<int32_t>(ScoreOf(candidates.packed[i]));
+    int16_t& x = space->x_votes[XOf(from + to) / 2 + kMaxOffsetCells];
+    int16_t& y = space->y_votes[YOf(from + to) / 2 + kMaxOffsetCells];
+    x = static_cast<int16_t>(x + score);
+    y = static_cast<int16_t>(y + score);
   }
 }
 
@@ -227,7 +260,8 @@ int16_t ToleranceAt(int32_t squared_distance) {
   return static_cast<int16_t>(tolerance);
 }
 
-void MeasureTolerances(const Points& points, int32_t count, int16_t* out) {
+void MeasureTolerances(const Points& points, int32_t count,
+                       int16_t out[kPoints]) {
   int32_t sum_x = 0;
   int32_t sum_y = 0;
   for (int32_t i = 0; i < count; ++i) {
@@ -243,36 +277,20 @@ void MeasureTolerances(const Points& points, int32_t count, int16_t* out) {
   }
 }
 
-// Which minutiae of the first print lie near each of the second.
-void FindNear(int32_t first_count, int32_t second_count,
-              AlignmentSpace* space) {
-  for (int32_t i = 0; i < second_count; ++i) {
-    const Lanes x = Splat(space->second.x[i]);
-    const Lanes y = Splat(space->second.y[i]);
-    const Lanes tolerance = Splat(space->tolerance[i]);
-    for (int32_t j = 0; j < first_count; j += kLanes) {
-      const Lanes dx = Abs(LoadLanes(space->first.x + j) - x);
-      const Lanes dy = Abs(LoadLanes(space->first.y + j) - y);
-      const Lanes near = (dx < tolerance) & (dy < tolerance) & 1;
-      using Bytes = uint8_t __attribute__((vector_size(8)));
-      const Bytes bytes = __builtin_convertvector(near, Bytes);
-      std::memcpy(&space->near[i][j], &bytes, sizeof bytes);
-    }
-  }
-}
-
-void KeepNear(const FirstPrint& first, const SecondPrint& second,
+// Keeps the candidates both of whose ends, moved, are nearer than the
+// tolerance of the second print's minutia.
+void KeepNear(const SecondPrint& second, PackedPoint move,
               const AlignmentSpace& space, Candidates* candidates) {
   const int32_t count = candidates->count;
-  int32_t n = 0;
+  uint32_t n = 0;
   for (int32_t i = 0; i < count; ++i) {
     const uint32_t c = candidates->packed[i];
-    const StickEnds r = first.ends[FirstStickOf(c)];
     const StickEnds v = second.pairs.ends[SecondStickOf(c)];
     candidates->packed[n] = c;
-    n += space.near[v.from][r.from] & space.near[v.to][r.to];
+    n += IsWithin(space.tolerance[v.from] - 1, space.from_offset[i] - move) &
+         IsWithin(space.tolerance[v.to] - 1, space.to_offset[i] - move);
   }
-  candidates->count = n;
+  candidates->count = static_cast<int32_t>(n);
 }
 
 }  // namespace
@@ -286,23 +304,25 @@ void Turn(const SecondPrint& second, const uint32_t* rotation_votes,
 
 void Move(const FirstPrint& first, const SecondPrint& second,
           AlignmentSpace* space, Candidates* candidates) {
-  for (int32_t i = 0; i < first.minutiae.count; ++i) {
+  const int32_t first_count = first.minutiae.count;
+  const int32_t count = second.minutiae.count;
+  for (int32_t i = 0; i < first_count; ++i) {
     space->first.x[i] = first.minutiae.entry[i].x;
     space->first.y[i] = first.minutiae.entry[i].y;
   }
-  const int32_t count = second.minutiae.count;
-  Vote(first, second, *candidates, space);
-  const int32_t first_count = first.minutiae.count;
+  const int32_t voters = MeasureOffsets(first, second, *candidates, space);
+  Vote(*candidates, voters, space);
   const int32_t tx =
       GetBestIndex(space->x_votes, BinsOf(RangeOf(space->first.x, first_count),
-                                          RangeOf(space->second.x, count)));
+                                          RangeOf(space->second.x, count))) -
+      kMaxOffsetCells;
   const int32_t ty =
       GetBestIndex(space->y_votes, BinsOf(RangeOf(space->first.y, first_count),
-                                          RangeOf(space->second.y, count)));
-  MovePoints(tx - kMaxOffsetCells, ty - kMaxOffsetCells, count, &space->second);
+                                          RangeOf(space->second.y, count))) -
+      kMaxOffsetCells;
+  MovePoints(tx, ty, count, &space->second);
   MeasureTolerances(space->second, count, space->tolerance);
-  FindNear(first.minutiae.count, count, space);
-  KeepNear(first, second, *space, candidates);
+  KeepNear(second, Pack(tx, ty), *space, candidates);
 }
 
 }  // namespace corvex

@@ -22,13 +22,22 @@ struct Points {
 // The tail is read by whole vectors, and stays empty.
 using OffsetVotes = int16_t[kOffsetBins + 2 * kLanes];
 
+// Both coordinates of a point, or of the difference of two, in one number:
+// 65536 y + x, modulo 2^32. Adding and subtracting do so with both at once.
+using PackedPoint = uint32_t;
+
 struct AlignmentSpace {
   Points first;
   Points second;
   OffsetVotes x_votes;
   OffsetVotes y_votes;
-  int16_t tolerance[kPoints];
-  uint8_t near[kPoints][kPoints];  // [second minutia][first minutia]
+  PackedPoint first_at[kPoints];
+  PackedPoint second_at[kPoints];
+  int16_t tolerance[kPoints];  // of the second print's minutiae
+  // By candidate: how far each end of the second stick is from the first's.
+  PackedPoint from_offset[kMaxKept];
+  PackedPoint to_offset[kMaxKept];
+  uint16_t voters[kMaxKept + 1];  // candidates
 };
 
 // Turns the second print by the rotation that most candidates vote for, and

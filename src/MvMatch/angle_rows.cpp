@@ -9,31 +9,38 @@ namespace corvex {
 namespace {
 
 constexpr int32_t kHalf = kMaxAngleDifferenceDegrees;
-constexpr int32_t kWindow = 2 * kHalf + 1;
+
+void Mark(int32_t bit, uint8_t* byte) {
+  *byte = static_cast<uint8_t>(*byte | 1 << bit % 8);
+}
 
 // One source for narrow and wide registers. A column is passed by reference:
 // how wide vectors are passed by value depends on the processor.
 template <typename Column>
 struct Rows {
   static constexpr int32_t kBytes = sizeof(Column);
+  static constexpr int32_t kSegments = kBytes / kWordBytes * kWordSegments;
 
-  static void Unite(const uint8_t* with, Column* column) {
+  // Each segment's sticks stand at one angle, so that the same marks, toggled
+  // again, leave a set.
+  static void Toggle(const uint8_t* marks, Column* set) {
     Column other;
-    std::memcpy(&other, with, sizeof other);
-    *column |= other;
+    std::memcpy(&other, marks, sizeof other);
+    *set ^= other;
   }
 
-  // The segments of one column, each under its own angle; `order` is 0 for
-  // sticks and 1 for reversed ones.
-  static void MarkAngles(const FirstPrint& print, int32_t begin, int32_t order,
+  // The segments from `begin` on that one column holds, each under its angles.
+  static void MarkAngles(const FirstPrint& print, int32_t begin,
                          uint8_t* angle) {
     std::memset(angle + kHalf * kBytes, 0, kFullTurnDegrees * kBytes);
-    const int32_t end = std::min(begin + 8 * kBytes, print.segment_count);
-    for (int32_t segment = begin; segment < end; ++segment) {
-      const int32_t at = print.traits[2 * segment + order][kFromAngle];
-      const int32_t degrees = at == kFullTurnDegrees ? 0 : at;
-      uint8_t& byte = angle[(degrees + kHalf) * kBytes + (segment - begin) / 8];
-      byte = static_cast<uint8_t>(byte | 1 << segment % 8);
+    const int32_t count = std::min(kSegments, print.segment_count - begin);
+    for (int32_t i = 0; i < count; ++i) {
+      uint8_t* const column = angle + kHalf * kBytes +
+                              i / kWordSegments * kWordBytes +
+                              i % kWordSegments / 8;
+      const StickTraits& stick = print.traits[2 * (begin + i)];
+      Mark(i, column + stick[kFromAngle] * kBytes);
+      Mark(i, column + stick[kToAngle] * kBytes + kWordBytes / 2);
     }
     // The circle goes on before its beginning and after its end.
     std::memcpy(angle, angle + kFullTurnDegrees * kBytes, kHalf * kBytes);
@@ -41,51 +48,28 @@ struct Rows {
                 angle + kHalf * kBytes, kHalf * kBytes);
   }
 
-  // Each row gets the 25 angles around its own, and the opposite one. 25
-  // angles are the tail of one block of 25 and the head of the next, and
-  // either is one step more than its neighbour's.
+  // Each row gets the 25 angles around its own, and the opposite one.
   static void Spread(const uint8_t* angle, int32_t row_bytes, uint8_t* row) {
-    for (int32_t block = 0; block < kFullTurnDegrees; block += kWindow) {
-      Column tail[kWindow + 1];
-      tail[kWindow] = Column{};
-      for (int32_t i = kWindow - 1; i >= 0; --i) {
-        tail[i] = tail[i + 1];
-        Unite(angle + (block + i) * kBytes, &tail[i]);
-      }
-      const int32_t end = std::min(kWindow, kFullTurnDegrees - block);
-      Column head{};
-      for (int32_t i = 0; i < end; ++i, row += row_bytes) {
-        Column all = head | tail[i];
-        Unite(angle + (OppositeOf(block + i) + kHalf) * kBytes, &all);
-        std::memcpy(row, &all, sizeof all);
-        Unite(angle + (block + i + kWindow) * kBytes, &head);
-      }
+    Column window{};
+    for (int32_t i = 0; i < 2 * kHalf; ++i) Toggle(angle + i * kBytes, &window);
+    for (int32_t i = 0; i < kFullTurnDegrees; ++i, row += row_bytes) {
+      Toggle(angle + (i + 2 * kHalf) * kBytes, &window);
+      Column all = window;
+      Toggle(angle + (OppositeOf(i) + kHalf) * kBytes, &all);
+      std::memcpy(row, &all, sizeof all);
+      Toggle(angle + i * kBytes, &window);
     }
   }
 
-  // The columns of half a row that begin at byte `begin`, while they are whole.
-  // Returns where the next one would begin.
-  static int32_t MakeColumns(int32_t begin, RowScratch* scratch,
-                             FirstPrint* print) {
-    const int32_t half = print->row_bytes / 2;
+  static void Make(RowScratch* scratch, FirstPrint* print) {
     uint8_t* const angle = scratch->angle.Data();
     uint8_t* const rows = print->rows.Data();
-    int32_t at = begin;
-    for (; at + kBytes <= half; at += kBytes) {
-      for (int32_t order = 0; order < 2; ++order) {
-        MarkAngles(*print, 8 * at, order, angle);
-        Spread(angle, print->row_bytes, rows + order * half + at);
-      }
+    for (int32_t at = 0; at < print->row_bytes; at += kBytes) {
+      MarkAngles(*print, at / kBytes * kSegments, angle);
+      Spread(angle, print->row_bytes, rows + at);
     }
-    return at;
   }
 };
-
-void RepeatFirstRow(FirstPrint* print) {
-  uint8_t* const rows = print->rows.Data();
-  std::memcpy(rows + kFullTurnDegrees * print->row_bytes, rows,
-              static_cast<size_t>(print->row_bytes));
-}
 
 using NarrowColumn = uint64_t __attribute__((vector_size(16)));
 using WideColumn = uint64_t __attribute__((vector_size(32)));
@@ -94,23 +78,19 @@ using WidestColumn = uint64_t __attribute__((vector_size(64)));
 }  // namespace
 
 void MakeRowsPortable(RowScratch* scratch, FirstPrint* print) {
-  Rows<NarrowColumn>::MakeColumns(0, scratch, print);
-  RepeatFirstRow(print);
+  Rows<NarrowColumn>::Make(scratch, print);
 }
 
 #if defined(__x86_64__)
 // Flattened, so that all of it is compiled for the wide registers.
 __attribute__((target("avx2"), flatten)) void MakeRowsAvx2(RowScratch* scratch,
                                                            FirstPrint* print) {
-  Rows<WideColumn>::MakeColumns(0, scratch, print);
-  RepeatFirstRow(print);
+  Rows<WideColumn>::Make(scratch, print);
 }
 
 __attribute__((target("avx512vl,avx512bw"), flatten)) void MakeRowsAvx512(
     RowScratch* scratch, FirstPrint* print) {
-  const int32_t rest = Rows<WidestColumn>::MakeColumns(0, scratch, print);
-  Rows<WideColumn>::MakeColumns(rest, scratch, print);
-  RepeatFirstRow(print);
+  Rows<WidestColumn>::Make(scratch, print);
 }
 #endif
 

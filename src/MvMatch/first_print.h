@@ -1,16 +1,15 @@
 // The first print's sticks, indexed so that the sticks that may pair with a
 // given one are found by two table rows.
 //
-// A row is a set of segments, one bit each, in ascending order of length. The
-// row of angle t holds, in its first half, the segments whose stick has its
-// first relative angle near t; in its second half, those whose reversed stick
-// has. Near is within 12 degrees, or exactly opposite.
+// A row is a set of segments, one bit each, in ascending order of length, in
+// words by turns: the row of angle t holds, of each 64 segments, first those
+// whose stick has kFromAngle near t, then those that have kToAngle near t. Near
+// is within 12 degrees, or exactly opposite.
 //
-// A reversed stick's relative angles are the stick's, exchanged and turned by
-// half a turn. So for a stick of the second print with relative angles t and
-// u, row t and the row opposite u answer both questions:
-//   sticks near in both angles     = first half of t  & second half of u + 180
-//   reversed sticks near in both   = second half of t & first half of u + 180
+// Reversing a stick exchanges its two angles. So for a stick of the second
+// print with angles t and u, rows t and u answer both questions:
+//   sticks near in both angles     = from words of t & to words of u
+//   reversed sticks near in both   = to words of t & from words of u
 #ifndef SRC_MVMATCH_FIRST_PRINT_H_
 #define SRC_MVMATCH_FIRST_PRINT_H_
 
@@ -21,25 +20,24 @@
 
 namespace corvex {
 
-constexpr int32_t kColumnBytes = 32;        // half rows are whole columns
-constexpr int32_t kWidestColumnBytes = 64;  // as many as are made at once
-constexpr int32_t kColumnBits = 8 * kColumnBytes;
+constexpr int32_t kWordSegments = 64;
+constexpr int32_t kWordBytes = 16;    // a from word and a to word
+constexpr int32_t kColumnBytes = 64;  // rows are whole columns
+constexpr int32_t kColumnSegments = kColumnBytes / kWordBytes * kWordSegments;
 
-// Bytes of half a row for so many segments.
-constexpr int32_t HalfRowBytes(int32_t segments) {
-  return (segments + kColumnBits - 1) / kColumnBits * kColumnBytes;
+constexpr int32_t RowBytes(int32_t segments) {
+  return (segments + kColumnSegments - 1) / kColumnSegments * kColumnBytes;
 }
-constexpr int32_t kMaxRowBytes = 2 * HalfRowBytes(kMaxMinutiaPairs);
-constexpr int32_t kRows = kFullTurnDegrees + 1;  // 360 stands for 0
-
-// Words of a row that a narrow band may touch.
-constexpr int32_t kNarrowWords = 4;
+constexpr int32_t kMaxRowBytes = RowBytes(kMaxMinutiaPairs);
+constexpr int32_t kRows = kFullTurnDegrees;
 
 // Segments whose length differs from a given one by 14 at most: a range of
 // bits, as they are in order of length.
-struct Band {
-  uint16_t begin;
-  uint16_t end;
+// By length code; kNoStick's is empty.
+struct Bands {
+  uint32_t at[kNoStick + 1];     // bytes of a row before its first word
+  uint32_t begin[kNoStick + 1];  // bits, from that word on
+  uint32_t end[kNoStick + 1];
 };
 
 // Bytes from a multiple of a cache line on, wherever their owner is: wide
@@ -62,19 +60,15 @@ struct FirstPrint {
   MinutiaeVector minutiae;
   int32_t segment_count;
   int32_t row_bytes;
-  bool narrow;  // no band touches more than kNarrowWords, from its first byte
 
-  // By length code; kNoStick has an empty band.
-  Band band[kStickLengths + 1];
-  // What a band keeps of the words from its first byte on, if narrow.
-  uint64_t band_mask[kStickLengths + 1][kNarrowWords];
+  Bands bands;
 
   // Segment k's stick is 2 k, its reversed stick 2 k + 1: the table's order.
   StickTraits traits[2 * kMaxMinutiaPairs];
   StickEnds ends[2 * kMaxMinutiaPairs];
 
-  // Whole words are read from a band's first byte on: some beyond the end.
-  CacheAligned<kRows * kMaxRowBytes + 8 * kNarrowWords> rows;
+  // Whole columns are read from a band's first word on: some beyond the end.
+  CacheAligned<kRows * kMaxRowBytes + kColumnBytes> rows;
 };
 
 // One column of the rows, for each angle of the circle and of what a window
@@ -82,7 +76,7 @@ struct FirstPrint {
 struct RowScratch {
   static constexpr int32_t kAngles =
       kFullTurnDegrees + 2 * kMaxAngleDifferenceDegrees + 1;
-  CacheAligned<kAngles * kWidestColumnBytes> angle;
+  CacheAligned<kAngles * kColumnBytes> angle;
 };
 
 // Room for work that is of no use afterwards.

@@ -54,11 +54,6 @@ constexpr Tables MakeTables() {
 }
 constexpr Tables kTables = MakeTables();
 
-// Pairs of the second print between two looks at the room for hits.
-constexpr int32_t kChunkPairs = 64;
-constexpr int32_t kChunkHits = kChunkPairs * kHitsPerPair;
-static_assert(kChunkHits >= kMaxRowBytes / 8, "or one pair of a wide band");
-static_assert(kMaxHits > 2 * kChunkHits, "");
 static_assert(kCandidateRoom >= kMaxCandidates + kMaxHits, "");
 
 void VoteAgain(const FirstPrint& first, const SecondPrint& second,
@@ -133,12 +128,23 @@ uint32_t FindCut(int32_t limit, const SecondPrint& second,
   return keys[limit - 1];
 }
 
+// Leaves the segments from `limit` on out.
+void CutBands(uint32_t limit, Bands* bands) {
+  for (int32_t code = 0; code <= kNoStick; ++code) {
+    const uint32_t before = bands->at[code] / kWordBytes * kWordSegments;
+    const uint32_t end = limit > before ? limit - before : 0;
+    bands->end[code] = std::min(bands->end[code], end);
+  }
+}
+
 void MakeRoom(int32_t pairs, const SecondPrint& second, PairingSpace* space,
               Candidates* candidates) {
   if (candidates->count + pairs <= kCandidateRoom) return;
   const uint32_t last = KeepFirst(kMaxCandidates, second, candidates);
   const uint32_t stick = last >> (kLengthBits + kSecondStickBits);
-  space->segment_limit = static_cast<int32_t>(stick / 2 + 1);
+  space->cut_bands = *space->bands;
+  CutBands(stick / 2 + 1, &space->cut_bands);
+  space->bands = &space->cut_bands;
 }
 
 // Each word's lowest bit goes out in place; what is left of the word queues up
@@ -151,7 +157,8 @@ int32_t TakeLowestBits(uint64_t* __restrict words, uint32_t* __restrict places,
     const uint64_t word = words[i];
     const uint32_t place = places[i];
     const uint64_t rest = word & (word - 1);
-    places[i] = place + PlaceOf(__builtin_ctzll(word), false, 0);
+    places[i] = place + (static_cast<uint32_t>(2 * __builtin_ctzll(word))
+                         << kFirstStickShift);
     words[n] = rest;
     places[n] = place;
     n += rest != 0 ? 1 : 0;
@@ -177,27 +184,6 @@ void Expand(const FirstPrint& first, const SecondPrint& second,
   }
 }
 
-// Like CollectNarrow, for bands of any width.
-void CollectWide(const FirstPrint& first, const SecondPrint& second,
-                 int32_t pair, PairingSpace* space) {
-  const StickTraits& stick = second.pairs.traits[pair];
-  const Band band = first.band[stick[kLengthCode]];
-  const int32_t end = std::min<int32_t>(band.end, space->segment_limit);
-  const int32_t half = first.row_bytes / 2;
-  const RowPair row = RowsOf(first, stick);
-  uint64_t mask = ~uint64_t{0} << band.begin % 8;
-  for (int32_t bit = band.begin / 8 * 8; bit < end; bit += 64) {
-    if (end - bit < 64) mask &= ~(~uint64_t{0} << (end - bit));
-    const uint8_t* const p = row.from + bit / 8;
-    const uint8_t* const q = row.to + bit / 8;
-    AppendHit(LoadWord(p) & LoadWord(q + half) & mask,
-              PlaceOf(bit, false, pair), &space->hits);
-    AppendHit(LoadWord(p + half) & LoadWord(q) & mask, PlaceOf(bit, true, pair),
-              &space->hits);
-    mask = ~uint64_t{0};
-  }
-}
-
 }  // namespace
 
 uint32_t KeepFirst(int32_t limit, const SecondPrint& second,
@@ -215,26 +201,16 @@ uint32_t KeepFirst(int32_t limit, const SecondPrint& second,
 
 void PairSticks(const FirstPrint& first, const SecondPrint& second,
                 PairingSpace* space, Candidates* candidates) {
-  static const CollectNarrowFn collect_narrow = CollectNarrowKernel();
+  static const CollectHitsFn collect_hits = SelectedCollectHits();
   candidates->count = 0;
   space->hits.count = 0;
-  space->segment_limit = kNoSegmentLimit;
+  space->bands = &first.bands;
   std::memset(space->rotation_votes, 0, sizeof space->rotation_votes);
   for (int32_t pair = 0; pair < second.pair_count;) {
-    if (first.narrow && space->segment_limit == kNoSegmentLimit) {
-      const int32_t end = std::min(pair + kChunkPairs, second.pair_count);
-      collect_narrow(first, second, pair, end, &space->hits);
-      pair = end;
-    } else {
-      CollectWide(first, second, pair++, space);
-    }
-    if (space->hits.count > kMaxHits - kChunkHits) {
-      Expand(first, second, space, candidates);
-    }
+    pair = collect_hits(first, *space->bands, second, pair, &space->hits);
+    Expand(first, second, space, candidates);
   }
-  Expand(first, second, space, candidates);
-  if (candidates->count > kMaxCandidates ||
-      space->segment_limit != kNoSegmentLimit) {
+  if (candidates->count > kMaxCandidates || space->bands != &first.bands) {
     KeepFirst(kMaxCandidates, second, candidates);
     VoteAgain(first, second, *candidates, space->rotation_votes);
   }

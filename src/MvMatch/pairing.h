@@ -43,13 +43,11 @@ static_assert(kCandidateRoom > kMaxCandidates, "");
 struct Candidates {
   int32_t count;
   uint32_t packed[kCandidateRoom];
-  uint16_t rotation[kCandidateRoom];  // between the sticks, 0-360 degrees
+  uint16_t rotation[kCandidateRoom];  // between the sticks, 0-359 degrees
 };
 
-constexpr int32_t kNoSegmentLimit = kMaxMinutiaPairs;
-
 // How the sticks of many pairs differ, each trait of all pairs in a row.
-// Rotations are 0-360 degrees.
+// Rotations are 0-359 degrees.
 struct TraitDifferences {
   static constexpr int32_t kPairs = 128;
   uint16_t square_sum[kPairs];  // of length and angles
@@ -63,8 +61,10 @@ struct TraitDifferences {
 struct PairingSpace {
   Hits hits;
   TraitDifferences differences;
-  // Once the candidates were cut, segments from here on come too late.
-  int32_t segment_limit;
+  // The first print's; once the candidates were cut, those that end where
+  // segments come too late.
+  const Bands* bands;
+  Bands cut_bands;
   uint32_t rotation_votes[kFullTurnDegrees];
 };
 

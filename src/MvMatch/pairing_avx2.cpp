@@ -1,4 +1,4 @@
-// CollectNarrow with 256-bit registers: a band's four words at once.
+// CollectHits with 256-bit registers: two from words and two to words at once.
 #if defined(__x86_64__)
 
 #include <immintrin.h>
@@ -55,34 +55,51 @@ __attribute__((target("avx2,popcnt"))) inline size_t Append(__m256i words,
   return n + 4 - static_cast<size_t>(__builtin_popcountll(set));
 }
 
+// The bits of two words' segments from `begin` up to `end`. What is left of the
+// subtractions is shifted by, word by word.
+__attribute__((target("avx2,popcnt"))) inline __m256i MaskOf(int32_t begin,
+                                                             int32_t end) {
+  const __m256i below = _mm256_subs_epu16(_mm256_set1_epi64x(begin),
+                                          _mm256_setr_epi64x(0, 0, 64, 64));
+  const __m256i above = _mm256_subs_epu16(_mm256_setr_epi64x(64, 64, 128, 128),
+                                          _mm256_set1_epi64x(end));
+  const __m256i ones = _mm256_set1_epi64x(-1);
+  return _mm256_and_si256(_mm256_sllv_epi64(ones, below),
+                          _mm256_srlv_epi64(ones, above));
+}
+
 }  // namespace
 
-__attribute__((target("avx2,popcnt"))) void CollectNarrowAvx2(
-    const FirstPrint& first, const SecondPrint& second, int32_t begin,
-    int32_t end, Hits* hits) {
-  const int32_t half = first.row_bytes / 2;
-  const __m128i steps = _mm_setr_epi32(0, static_cast<int>(PlaceOf(64, 0, 0)),
-                                       static_cast<int>(PlaceOf(128, 0, 0)),
-                                       static_cast<int>(PlaceOf(192, 0, 0)));
-  const __m128i reversed = _mm_set1_epi32(static_cast<int>(PlaceOf(0, 1, 0)));
+__attribute__((target("avx2,popcnt"))) int32_t CollectHitsAvx2(
+    const FirstPrint& first, const Bands& bands, const SecondPrint& second,
+    int32_t pair, Hits* hits) {
+  const __m128i steps = _mm_setr_epi32(0, static_cast<int>(PlaceOf(0, true, 0)),
+                                       static_cast<int>(PlaceOf(16, false, 0)),
+                                       static_cast<int>(PlaceOf(16, true, 0)));
+  const uint8_t* const rows = first.rows.Data();
   auto n = static_cast<size_t>(hits->count);
-  for (int32_t pair = begin; pair < end; ++pair) {
+  for (; pair < second.pair_count && n <= kMaxHits - kMostPairHits; ++pair) {
     const StickTraits& stick = second.pairs.traits[pair];
-    const int32_t byte = first.band[stick[kLengthCode]].begin / 8;
-    const __m256i mask = Load(first.band_mask[stick[kLengthCode]]);
-    const RowPair row = RowsOf(first, stick);
-    const uint8_t* const p = row.from + byte;
-    const uint8_t* const q = row.to + byte;
-    const __m256i forward =
-        _mm256_and_si256(_mm256_and_si256(Load(p), mask), Load(q + half));
-    const __m256i backward =
-        _mm256_and_si256(_mm256_and_si256(Load(q), mask), Load(p + half));
-    const __m128i places = _mm_add_epi32(
-        steps, _mm_set1_epi32(static_cast<int>(PlaceOf(8 * byte, 0, pair))));
-    n = Append(forward, places, n, hits);
-    n = Append(backward, _mm_or_si128(places, reversed), n, hits);
+    const int32_t length = stick[kLengthCode];
+    const uint8_t* const p = rows + stick[kFromAngle] * first.row_bytes;
+    const uint8_t* const q = rows + stick[kToAngle] * first.row_bytes;
+    size_t at = bands.at[length];
+    auto begin = static_cast<int32_t>(bands.begin[length]);
+    auto left = static_cast<int32_t>(bands.end[length]);
+    do {  // once, most often
+      const __m256i exchanged = _mm256_shuffle_epi32(Load(q + at), 0x4E);
+      const __m256i words = _mm256_and_si256(
+          _mm256_and_si256(Load(p + at), exchanged), MaskOf(begin, left));
+      const __m128i places = _mm_add_epi32(
+          steps, _mm_set1_epi32(static_cast<int>(PlaceOf(at, false, pair))));
+      n = Append(words, places, n, hits);
+      at += sizeof words;
+      left -= kColumnSegments / 2;
+      begin = 0;
+    } while (left > 0);
   }
   hits->count = static_cast<int32_t>(n);
+  return pair;
 }
 
 }  // namespace corvex

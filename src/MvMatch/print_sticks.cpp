@@ -9,12 +9,16 @@
 namespace corvex {
 namespace {
 
-// A print's minutiae by field; the tail is read by whole vectors.
-struct Fields {
-  int16_t x[kMaxMinutiae + kLanes];
-  int16_t y[kMaxMinutiae + kLanes];
-  int16_t direction[kMaxMinutiae + kLanes];
-  int16_t mark[kMaxMinutiae + kLanes];
+// Whole vectors of minutiae, and whole cache lines.
+constexpr int32_t kPrintRoom = 64;
+static_assert(kPrintRoom >= kMaxMinutiae + kLanes, "the tail is read, too");
+
+// A print's minutiae by field.
+struct alignas(64) Fields {
+  int16_t x[kPrintRoom];
+  int16_t y[kPrintRoom];
+  int16_t direction[kPrintRoom];
+  int16_t mark[kPrintRoom];
 };
 
 Fields FieldsOf(const MinutiaeVector& minutiae) {
@@ -34,9 +38,13 @@ Fields FieldsOf(const MinutiaeVector& minutiae) {
 Lanes Directions(Lanes dx, Lanes dy, Lanes steepness) {
   const Lanes left = Sign(dx);
   const Lanes down = Sign(dy);
-  const Lanes base = (left & Splat(kHalfTurnDegrees)) |
-                     (~left & down & Splat(kFullTurnDegrees));
-  return base + NegateWhere(left ^ down, steepness);
+  const Lanes base = left & Splat(kHalfTurnDegrees);
+  return Lift(base + NegateWhere(left ^ down, steepness));
+}
+
+Lanes Opposite(Lanes degrees) {
+  const Lanes beyond = degrees >= Splat(kHalfTurnDegrees);
+  return degrees + Splat(kHalfTurnDegrees) - (beyond & Splat(kFullTurnDegrees));
 }
 
 // The pairs of minutia i with minutiae j to j + 7.
@@ -54,7 +62,7 @@ void FindEight(const Fields& f, const SegmentTable& table, int32_t i, int32_t j,
   traits[kFromDirection] = Splat(f.direction[i]);
   traits[kToDirection] = LoadLanes(f.direction + j);
   traits[kFromAngle] = Lift(direction - traits[kFromDirection]);
-  traits[kToAngle] = Lift(direction - traits[kToDirection]);
+  traits[kToAngle] = Lift(Opposite(direction) - traits[kToDirection]);
   traits[kDirection] = direction;
   traits[kLengthCode] = segment & Splat(0xFF);
   traits[kFromMark] = Splat(f.mark[i]);
@@ -74,16 +82,22 @@ int16_t Largest(const int16_t* numbers, int32_t count) {
   return all;
 }
 
-void CloseFullBuckets(int32_t room, int32_t count, StickTraits* traits) {
-  constexpr int32_t kWhole = (kNoStick + kLanes) / kLanes * kLanes;
-  int16_t taken[kWhole] = {};
-  for (int32_t i = 0; i < count; ++i) ++taken[traits[i][kLengthCode]];
+// Counts the sticks of each length, and leaves those that are too many out.
+void CloseFullBuckets(int32_t room, int32_t count, MinutiaPairs* pairs) {
+  int16_t* const taken = pairs->of_length;
+  std::fill_n(taken, kLengthCodes, int16_t{0});
+  for (int32_t i = 0; i < count; ++i) ++taken[pairs->traits[i][kLengthCode]];
   taken[kNoStick] = 0;
-  if (Largest(taken, kWhole) <= room) return;
-  std::fill(taken, taken + kWhole, int16_t{0});
+  if (Largest(taken, kLengthCodes) <= room) return;
+  std::fill_n(taken, kLengthCodes, int16_t{0});
   for (int32_t i = 0; i < count; ++i) {
-    int16_t& code = traits[i][kLengthCode];
-    if (taken[code]++ >= room) code = kNoStick;
+    int16_t& code = pairs->traits[i][kLengthCode];
+    if (code == kNoStick) continue;
+    if (taken[code] < room) {
+      ++taken[code];
+    } else {
+      code = kNoStick;
+    }
   }
 }
 
@@ -104,7 +118,7 @@ int32_t FindSticks(const MinutiaeVector& minutiae, int32_t room,
     }
     row += minutiae.count - i - 1;
   }
-  CloseFullBuckets(room, row, pairs->traits);
+  CloseFullBuckets(room, row, pairs);
   return row;
 }
 

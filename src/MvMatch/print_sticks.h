@@ -13,11 +13,10 @@ namespace corvex {
 
 // What pairing compares of a stick: one lane each, subtracted all at once. What
 // belongs to the two ends lies side by side, so that exchanging them is cheap.
-// Angles are in degrees; 360 may stand for 0, as only differences modulo 360
-// count.
+// Angles are in degrees, 0-359.
 enum Trait : int32_t {
   kFromAngle,      // the stick's direction against the first minutia's
-  kToAngle,        // the same against the second minutia's
+  kToAngle,        // the reversed stick's against the second minutia's
   kFromDirection,  // the first minutia's
   kToDirection,    // the second minutia's
   kDirection,      // the stick's
@@ -45,11 +44,15 @@ struct StickEnds {
   uint8_t to;
 };
 
+// By length code, kNoStick included, in whole vectors.
+constexpr int32_t kLengthCodes = (kNoStick + kLanes) / kLanes * kLanes;
+
 // Every pair of minutiae i < j, sticks or not, i ascending, then j ascending.
 // Vector stores run up to seven elements past the last pair.
 struct MinutiaPairs {
   StickTraits traits[kMaxMinutiaPairs + kLanes];
   StickEnds ends[kMaxMinutiaPairs + kLanes];
+  int16_t of_length[kLengthCodes];  // how many sticks have each length code
 };
 
 constexpr int32_t OppositeOf(int32_t degrees) {
