@@ -32,8 +32,7 @@ constexpr int32_t kMaxRowBytes = RowBytes(kMaxMinutiaPairs);
 constexpr int32_t kRows = kFullTurnDegrees;
 
 // Segments whose length differs from a given one by 14 at most: a range of
-// bits, as they are in order of length.
-// By length code; kNoStick's is empty.
+// bits, as they are in order of length. By length code; kNoStick's is empty.
 struct Bands {
   uint32_t at[kNoStick + 1];     // bytes of a row before its first word
   uint32_t begin[kNoStick + 1];  // bits, from that word on
@@ -60,7 +59,6 @@ struct FirstPrint {
   MinutiaeVector minutiae;
   int32_t segment_count;
   int32_t row_bytes;
-
   Bands bands;
 
   // Segment k's stick is 2 k, its reversed stick 2 k + 1: the table's order.
