@@ -38,6 +38,8 @@ const Scene kScenes[] = {
      "echo readers:x:20: >/tmp/a; mount --bind /tmp/a /etc/group; "
      "chmod 060 $PORT; chgrp 20 $PORT || exit 77; " AS_STRANGER,
      MEND "sudo adduser \"$USER\" readers\n"},
+    {"NoSerialPort", "mvfp doctor --port pts",
+     "problem port    /dev/pts: Is a directory" MEND "ls -l /dev/pts\n"},
     {"InUse", BESIDE("minicom", "<$PORT"),
      "problem port    COM3 is in use by minicom (process ID)" LEFT_ALONE},
     {"ACallRuns", "flock " LOCK " mvfp doctor; echo $?",

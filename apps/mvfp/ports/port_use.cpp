@@ -62,7 +62,8 @@ PortUse UseOf(const std::string& port, const Processes& processes) {
   struct stat node {};
   // /dev/null and its kin are everybody's.
   constexpr unsigned kMemoryMajor = 1;
-  if (stat(path.c_str(), &node) != 0 || major(node.st_rdev) == kMemoryMajor) {
+  if (stat(path.c_str(), &node) != 0 || !S_ISCHR(node.st_mode) ||
+      major(node.st_rdev) == kMemoryMajor) {
     return {"", port + " is free", ""};
   }
   std::error_code error;
