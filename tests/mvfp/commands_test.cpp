@@ -51,7 +51,7 @@ const Situation kSituations[] = {
     {"InfoInJsonFails", "", "mvfp info --json -p COM4", 4,
      "{\n\t\"ErrorCode\":\t\"-3\",\n"
      "\t\"ErrorMessage\":\t\"获取设备信息失败\"\n}",
-     "mvfp: there is no /dev/COM4; ports of this machine: COM3; try: sudo"},
+     "mvfp: there is no /dev/COM4; ports of this machine: COM3; try: mvfp "},
     {"FailureInJson", "status 5 on speed",
      "mvfp capture --json | sed 's/,\"meanings.*//; s/\"next.*\"code/\"code/'",
      0,
@@ -72,14 +72,15 @@ const Situation kSituations[] = {
      ">/dev/null & exec 9>&-; mvfp version --wait 60",
      0, "v2.15", "mvfp: waiting for the reader: left over from a call"},
     {"PortsAndWhoIsOnThem", "",
+     "ln -s gone /dev/COM9; mvfp ports; "
      "ln -s COM3 /dev/ttyUSB0; mvfp ports; exec 9<>/dev/COM3; mvfp ports | "
      "sed 's/[0-9]*)/N)/'",
      0,
-     "ttyUSB0 is free\n  name     COM3\nttyUSB0 is in use by sh (process N)\n"
-     "  name     COM3",
+     "COM3 is free\nttyUSB0 is free\n  name     COM3\nttyUSB0 is in use by sh "
+     "(process N)\n  name     COM3",
      ""},
-    {"ScanFindsTheReader", "", "ln -s COM3 /dev/ttyUSB0; mvfp scan", 0,
-     "ttyUSB0  v2.15  COM3", ""},
+    {"ScanFindsTheReader", "", "mvfp scan; ln -s COM3 /dev/ttyUSB0; mvfp scan",
+     0, "COM3  v2.15\nttyUSB0  v2.15  COM3", ""},
     {"ScanLeavesOthersAlone", "",
      "ln -s COM3 /dev/ttyUSB0; exec 9<>/dev/COM3; mvfp scan", 1, "",
      "no reader on ttyUSB0: ttyUSB0 is in use by sh (process "},

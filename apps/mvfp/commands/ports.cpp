@@ -44,7 +44,7 @@ std::vector<std::string> NamesOf(const std::string& port) {
   for (const char* pattern :
        {"serial/by-id/*", "serial/by-path/*", "COM*", "serial[0-9]*"}) {
     for (const std::string& name : PortsLike(pattern)) {
-      if (IsSamePort(name, port)) names.push_back(name);
+      if (name != port && IsSamePort(name, port)) names.push_back(name);
     }
   }
   return names;

@@ -8,6 +8,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -97,6 +98,8 @@ PortTrial Explained(const std::string& port, int error) {
       return {false, port + " is in use by a program that lets nobody else in",
               "sudo mvfp ports"};
     case EIO:
+    case ENODEV:
+    case ENXIO:
       return {false, "there is no hardware behind " + path, "mvfp ports"};
     default:
       return {false,
@@ -119,7 +122,8 @@ std::vector<std::string> PortsLike(const std::string& pattern) {
   std::vector<std::string> ports;
   if (glob((kDev + pattern).c_str(), 0, nullptr, &found) == 0) {
     for (size_t i = 0; i < found.gl_pathc; ++i) {
-      ports.push_back(PortName(found.gl_pathv[i]));
+      const char* const path = found.gl_pathv[i];
+      if (access(path, F_OK) == 0) ports.push_back(PortName(path));
     }
   }
   globfree(&found);
@@ -142,15 +146,25 @@ std::vector<std::string> LikelyPorts() {
       if (HasChip(port)) ports.push_back(port);
     }
   }
+  // Somebody gave a reader's name to a port of another kind.
+  for (const std::string& name : PortsLike("COM*")) {
+    const bool is_other = std::none_of(
+        ports.begin(), ports.end(),
+        [&](const std::string& port) { return IsSamePort(name, port); });
+    if (is_other) ports.push_back(name);
+  }
   return ports;
 }
 
 std::string KnownPorts() {
+  std::vector<std::string> ports = LikelyPorts();
+  for (const std::string& name : PortsLike("COM*")) {
+    const auto known = std::find(ports.begin(), ports.end(), name);
+    if (known == ports.end()) ports.push_back(name);
+  }
   std::string text;
-  for (const auto& ports : {LikelyPorts(), PortsLike("COM*")}) {
-    for (const std::string& port : ports) {
-      text += (text.empty() ? "ports of this machine: " : ", ") + port;
-    }
+  for (const std::string& port : ports) {
+    text += (text.empty() ? "ports of this machine: " : ", ") + port;
   }
   return text.empty() ? "no serial adapter is plugged in" : text;
 }

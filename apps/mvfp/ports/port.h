@@ -12,7 +12,7 @@ namespace corvex::mvfp {
 // nothing below /dev.
 std::string PortName(const std::string& text);
 
-// Names below /dev that fit a pattern, such as "COM*".
+// Names below /dev that fit a pattern, such as "COM*", and lead somewhere.
 std::vector<std::string> PortsLike(const std::string& pattern);
 
 // Do both names lead to the same port?
