@@ -1,5 +1,7 @@
 #include "report.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -45,6 +47,10 @@ std::string Printable(std::string text) {
   };
   std::replace_if(text.begin(), text.end(), is_control, '?');
   return text;
+}
+
+std::string AsRoot(const std::string& command) {
+  return (geteuid() == 0 ? "" : "sudo ") + command;
 }
 
 void Say(const std::string& text) {

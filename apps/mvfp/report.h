@@ -46,6 +46,10 @@ Failure SystemFailure(const std::string& verb, const std::string& path,
 // Text with whatever would steer a terminal replaced by '?'.
 std::string Printable(std::string text);
 
+// A command that needs root's rights, as this user types it: where root works
+// there may be no sudo.
+std::string AsRoot(const std::string& command);
+
 // One line on standard error.
 void Say(const std::string& text);
 

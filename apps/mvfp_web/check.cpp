@@ -65,7 +65,7 @@ bool CheckService(const Settings& settings) {
   bool fine = access(qPrintable(tool), X_OK) == 0
                   ? SayOk("tool", tool)
                   : SayProblem("tool", tool + " is missing",
-                               "sudo apt-get install mv-fpi-tools");
+                               "sudo apt-get install ./mv-fpi-tools_*.deb");
   if (settings.origins.isEmpty()) {
     fine = SayProblem("page", "no origin is allowed: no page is served",
                       "sudoedit /etc/mv-fpi/web.conf");

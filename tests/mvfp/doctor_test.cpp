@@ -33,11 +33,11 @@ const Scene kScenes[] = {
      "0\n"},
     {"NoRights", "chmod 0 $PORT; " AS_STRANGER,
      "problem port    you may not open /dev/COM3" MEND
-     "sudo chown \"$USER\" /dev/COM3\n"},
+     "chown \"$USER\" /dev/COM3\n"},
     {"AGroups",
      "echo readers:x:20: >/tmp/a; mount --bind /tmp/a /etc/group; "
      "chmod 060 $PORT; chgrp 20 $PORT || exit 77; " AS_STRANGER,
-     MEND "sudo adduser \"$USER\" readers\n"},
+     MEND "adduser \"$USER\" readers\n"},
     {"NoSerialPort", "mvfp doctor --port pts",
      "problem port    /dev/pts: Is a directory" MEND "ls -l /dev/pts\n"},
     {"InUse", BESIDE("minicom", "<$PORT"),
@@ -50,15 +50,17 @@ const Scene kScenes[] = {
     {"LockIsADirectory", "mkdir " LOCK "; mvfp doctor --ask",
      "A call works.\n"},
     {"LockIsALink", "ln -s /etc " LOCK "; mvfp doctor",
-     LOCK " is a link, which no call follows: calls give -14" MEND
-          "sudo rm " LOCK "\n"},
+     LOCK " is a link, which no call follows: calls give -14" MEND "rm " LOCK
+          "\n"},
     {"LockIsAStrangers", "echo >" LOCK "; chmod 0 " LOCK "; " AS_STRANGER,
-     ": calls give -14" MEND "sudo chmod 666 " LOCK "\n"},
+     ": calls give -14" MEND "chmod 666 " LOCK "\n"},
     {"NoLock",
      "mount --bind /tmp /tmp; mount -o remount,bind,ro /tmp; mvfp doctor; "
      "echo $?",
      "problem lock    cannot make " LOCK ": Read-only file system: calls give "
      "-14" MEND "findmnt -T /tmp\nNo call works.\n1\n"},
+    {"TmpTakesNoFile", "chmod 555 /tmp; " AS_STRANGER "; chmod 1777 /tmp",
+     ": Permission denied: calls give -14" MEND "install -d -m 1777 /tmp\n"},
     {"LogIn", BESIDE("agetty", ""),
      "agetty (process ID) offers a log-in on COM3" LEFT_ALONE},
     {"KernelsConsole",
@@ -75,7 +77,7 @@ const Scene kScenes[] = {
      "ok      window  shown for a moment\n"},
     {"WindowIsMissing", "mvfp doctor --window",
      "there is no /tmp/site/cx_capdlg" MEND
-     "sudo apt-get install --reinstall ./mv-fpi-prompt_*.deb\n"},
+     "apt-get install --reinstall ./mv-fpi-prompt_*.deb\n"},
     {"WebServiceTriesItself",
      "cp $(which mvfp) /tmp/a; printf '#!/bin/sh\necho \"problem page    "
      "none\"; "
@@ -90,12 +92,12 @@ const Scene kScenes[] = {
      "dual-feature records give -98: it loads, but lacks an entry point"},
     {"LibraryEndsItsHosts", "cp " MV_ENDING_LIBRARY " " LIBRARY "; mvfp doctor",
      "loading the driver ends the process, with " LIBRARY " beside it" MEND
-     "sudo mv " LIBRARY " " LIBRARY ".off\n"},
+     "mv " LIBRARY " " LIBRARY ".off\n"},
     {"LibraryHoldsItsHostsUp",
      "echo init_ms 3600000 >" LIBRARY ".script; mvfp doctor",
      "loading the driver takes for ever, with "},
     {"DriverIsBroken", "truncate -s 4096 /tmp/site/libmv_fpi.so.1; mvfp doctor",
-     MEND "sudo apt-get install --reinstall ./libmv-fpi1_*.deb\n"},
+     MEND "apt-get install --reinstall ./libmv-fpi1_*.deb\n"},
 };
 
 class Doctor : public Tool, public testing::WithParamInterface<Scene> {};

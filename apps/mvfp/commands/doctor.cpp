@@ -143,7 +143,7 @@ std::vector<std::string> PortsFor(const Options& options, Findings* findings) {
       options.port.empty() ? LikelyPorts() : std::vector{PortOf(options)};
   if (ports.empty()) {
     findings->Add(
-        {doctor::kProblem, "port", KnownPorts(), "sudo dmesg | grep tty"});
+        {doctor::kProblem, "port", KnownPorts(), AsRoot("dmesg | grep tty")});
   }
   return ports;
 }

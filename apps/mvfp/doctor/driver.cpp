@@ -11,6 +11,7 @@
 #include "doctor/in_child.h"
 #include "files.h"
 #include "machine/processes.h"
+#include "report.h"
 
 namespace corvex::mvfp::doctor {
 namespace {
@@ -55,11 +56,11 @@ Finding TryDriver() {
     return {
         kProblem, "library",
         "loading the driver " + trial.text + ", with " + library + " beside it",
-        "sudo mv " + library + " " + library + ".off"};
+        AsRoot("mv " + library + " " + library + ".off")};
   }
   return {kProblem, "driver",
           trial.ended ? trial.text : "loading the driver " + trial.text,
-          "sudo apt-get install --reinstall ./libmv-fpi1_*.deb"};
+          AsRoot("apt-get install --reinstall ./libmv-fpi1_*.deb")};
 }
 
 Finding TryLibrary() {
@@ -73,7 +74,7 @@ Finding TryLibrary() {
     return {kOk, "library", path, ""};
   }
   const std::string copy =
-      "sudo install -m 644 " + std::string(kLibrary) + " " + path;
+      AsRoot("install -m 644 " + std::string(kLibrary) + " " + path);
   const std::string effect = "dual-feature records give -98: ";
   if (access(path.c_str(), F_OK) != 0) {
     return {kNote, "library", effect + "there is no " + path, copy};

@@ -3,6 +3,7 @@
 
 #include "doctor/checks.h"
 #include "machine/processes.h"
+#include "report.h"
 
 namespace corvex::mvfp::doctor {
 
@@ -12,7 +13,7 @@ std::vector<Finding> TryWeb() {
                            .replace_filename("mvfp-web");
   if (!std::filesystem::exists(service)) {
     return {{kNote, "web", "there is no " + service.string(),
-             "sudo apt-get install ./mv-fpi-web_*.deb"}};
+             AsRoot("apt-get install ./mv-fpi-web_*.deb")}};
   }
   std::vector<Finding> findings;
   std::istringstream lines(OutputOf("'" + service.string() + "' --check"));

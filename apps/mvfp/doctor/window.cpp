@@ -1,7 +1,9 @@
 #include <cx_capdlg_lib.h>
+#include <gnu/libc-version.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <thread>
 
@@ -9,6 +11,7 @@
 #include "doctor/checks.h"
 #include "doctor/in_child.h"
 #include "machine/processes.h"
+#include "report.h"
 
 namespace corvex::mvfp::doctor {
 namespace {
@@ -16,8 +19,15 @@ namespace {
 constexpr int kDialogType = 1;
 constexpr int kTimeoutS = 5;
 constexpr auto kShown = std::chrono::milliseconds(1500);
-constexpr char kPackage[] =
-    "sudo apt-get install --reinstall ./mv-fpi-prompt_*.deb";
+
+// The system for which the window's package is made has this C library.
+constexpr char kLibrary[] = "2.36";
+
+// The one with Qt 5 is for older systems.
+std::string Package() {
+  const bool is_older = strverscmp(gnu_get_libc_version(), kLibrary) < 0;
+  return std::string("mv-fpi-prompt") + (is_older ? "-qt5" : "");
+}
 
 // "" when the window's program came up and stayed.
 std::string ShowForAMoment() {
@@ -53,13 +63,13 @@ Finding TryWindow() {
   }
   if (OutputOf("command -v pgrep").empty()) {
     return {kNote, "window", "pgrep is missing, by which the driver finds it",
-            "sudo apt-get install procps"};
+            AsRoot("apt-get install procps")};
   }
   const std::string why =
       (trial.ended ? trial.text : "showing it " + trial.text) +
       (said.empty() ? "" : ": " + said);
   return {kNote, "window", "guided enrolment goes on without it: " + why,
-          kPackage};
+          AsRoot("apt-get install --reinstall ./" + Package() + "_*.deb")};
 }
 
 }  // namespace corvex::mvfp::doctor

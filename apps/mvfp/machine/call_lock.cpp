@@ -14,6 +14,7 @@
 #include "files.h"
 #include "machine/processes.h"
 #include "patterns.h"
+#include "report.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -51,6 +52,14 @@ const Process* FindHolder(const Processes& processes, pid_t* taker) {
       processes, [&](const Process& process) { return process.id == *taker; });
 }
 
+// The command for a directory that takes no new file.
+std::string WhyNoFile(int error) {
+  if (error == EACCES || error == ENOENT) {
+    return AsRoot("install -d -m 1777 /tmp");
+  }
+  return error == ENOSPC ? "df /tmp; df -i /tmp" : "findmnt -T /tmp";
+}
+
 std::string DescribeHolder() {
   const Processes processes = OtherProcesses();
   pid_t taker = 0;
@@ -72,15 +81,15 @@ LockTrouble ExplainLock(int error) {
   struct stat file {};
   if (lstat(kCallLockPath, &file) != 0) {
     return {false, "cannot make " + path + ": " + strerror(error),
-            "findmnt -T /tmp"};
+            WhyNoFile(error)};
   }
   if (S_ISLNK(file.st_mode)) {
     return {false, path + " is a link, which no call follows",
-            "sudo rm " + path};
+            AsRoot("rm " + path)};
   }
   const bool lacks_rights = error == EACCES && S_ISREG(file.st_mode);
   return {false, "cannot open " + path + ": " + strerror(error),
-          (lacks_rights ? "sudo chmod 666 " : "ls -l ") + path};
+          lacks_rights ? AsRoot("chmod 666 " + path) : "ls -l " + path};
 }
 
 int TryCallLock() {

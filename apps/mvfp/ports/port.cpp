@@ -17,6 +17,7 @@
 #include "machine/processes.h"
 #include "mv_cmd/serial_port.h"
 #include "ports/adapter.h"
+#include "report.h"
 
 namespace corvex::mvfp {
 namespace {
@@ -52,11 +53,12 @@ std::string RightCommand(const std::string& port) {
   const group* const found = getgrgid(node.st_gid);
   if (node.st_gid != 0 && (node.st_mode & kForGroup) == kForGroup &&
       found != nullptr) {
-    return (IsMember(*found) ? "newgrp " : "sudo adduser \"$USER\" ") +
-           std::string(found->gr_name);
+    const std::string name = found->gr_name;
+    return IsMember(*found) ? "newgrp " + name
+                            : AsRoot("adduser \"$USER\" " + name);
   }
   return HasRules(port) ? BindCommand(port)
-                        : "sudo chown \"$USER\" " + (kDev + port);
+                        : AsRoot("chown \"$USER\" " + (kDev + port));
 }
 
 // A daemon that takes adapters away as they are plugged in.
@@ -87,16 +89,16 @@ PortTrial Explained(const std::string& port, int error) {
     case 0:
       return {false, path + " failed, and can be used now", ""};
     case ENOENT:
-      return {false,
-              "there is no " + path + "; " + KnownPorts() + BrailleTaker(),
-              LikelyPorts().empty() ? "sudo dmesg | grep tty" : "mvfp ports"};
+      return {
+          false, "there is no " + path + "; " + KnownPorts() + BrailleTaker(),
+          LikelyPorts().empty() ? AsRoot("dmesg | grep tty") : "mvfp ports"};
     case EACCES:
       return {false, "you may not open " + path, RightCommand(port)};
     case EPERM:
       return {false, "this container may not open " + path, "ls -l " + path};
     case EBUSY:
       return {false, port + " is in use by a program that lets nobody else in",
-              "sudo mvfp ports"};
+              AsRoot("mvfp ports")};
     case EIO:
     case ENODEV:
     case ENXIO:
@@ -177,8 +179,8 @@ std::string BindCommand(const std::string& port) {
     ++number;
   }
   const std::string com = std::to_string(number);
-  return HasRules(port) ? "sudo mvfp bind " + com + " --port " + port
-                        : "sudo ln -s " + port + " /dev/COM" + com;
+  return HasRules(port) ? AsRoot("mvfp bind " + com + " --port " + port)
+                        : AsRoot("ln -s " + port + " /dev/COM" + com);
 }
 
 PortTrial TryPort(const std::string& name) {
