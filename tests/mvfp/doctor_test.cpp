@@ -75,9 +75,11 @@ const Scene kScenes[] = {
      "ln -s /bin/sleep /tmp/site/cx_capdlg; mvfp doctor --window; "
      "pgrep cx_capdlg",
      "ok      window  shown for a moment\n"},
-    {"WindowIsMissing", "mvfp doctor --window",
+    {"WindowIsMissing",
+     "mvfp doctor --window | grep -A 1 window; "
+     "mvfp doctor --window >/dev/null; echo $?",
      "there is no /tmp/site/cx_capdlg" MEND
-     "apt-get install --reinstall ./mv-fpi-prompt_*.deb\n"},
+     "apt-get install --reinstall ./mv-fpi-prompt_*.deb\n1\n"},
     {"WebServiceTriesItself",
      "cp $(which mvfp) /tmp/a; printf '#!/bin/sh\necho \"problem page    "
      "none\"; "

@@ -26,8 +26,9 @@ reader for its version. Without --port it does so with every port that may have
 a reader and that nobody else has. Each line says what happened: ok, a note
 (calls work, with less comfort), busy (a call runs, so nothing was tried) or a
 problem; below it stands the command that mends it or tells more. Exit 0 says
-that every step to the end was taken with a port, 1 that none could be. Only
-root sees what other users' processes do.
+that all steps to the end were taken with a port, and that window, library and
+service, where asked for, are ok; otherwise 1. Only root sees what other users'
+processes do.
 
 Examples:
   mvfp doctor --port ttyUSB0
@@ -67,7 +68,13 @@ class Findings {
     is_busy_ = is_busy_ || finding.level == doctor::kBusy;
     return finding.level != doctor::kProblem && finding.level != doctor::kBusy;
   }
+  // A step beside the call's own, which somebody asked for.
+  void AddExtra(const Finding& finding) {
+    Add(finding);
+    extras_are_ok_ = extras_are_ok_ && finding.level == doctor::kOk;
+  }
   bool IsBusy() const { return is_busy_; }
+  bool ExtrasAreOk() const { return extras_are_ok_; }
   const std::string& Text() const { return text_; }
   const Json& Array() const { return array_; }
 
@@ -75,6 +82,7 @@ class Findings {
   std::string text_;
   Json array_ = Json::array();
   bool is_busy_ = false;
+  bool extras_are_ok_ = true;
 };
 
 // The lock of the calls, for as long as this lives.
@@ -151,15 +159,15 @@ std::vector<std::string> PortsFor(const Options& options, Findings* findings) {
 // Whether they could all be taken, with one port at least.
 bool TakeSteps(const Options& options, Findings* findings) {
   const bool loads = findings->Add(doctor::TryDriver());
-  if (options.library) findings->Add(doctor::TryLibrary());
+  if (options.library) findings->AddExtra(doctor::TryLibrary());
   if (options.web) {
-    for (const Finding& finding : doctor::TryWeb()) findings->Add(finding);
+    for (const Finding& finding : doctor::TryWeb()) findings->AddExtra(finding);
   }
   std::vector<std::string> usable;
   {
     const LockStep lock(findings);
     if (!lock.IsTaken()) return false;
-    if (options.window) findings->Add(doctor::TryWindow());
+    if (options.window) findings->AddExtra(doctor::TryWindow());
     for (const std::string& port : PortsFor(options, findings)) {
       if (TakePortStep(port, findings)) usable.push_back(port);
     }
@@ -194,7 +202,7 @@ int Doctor(const Report& report, const Options& options) {
                         {"asked", options.ask},
                         {"findings", findings.Array()}},
                        findings.Text() + Conclusion(works, options, findings),
-                       works ? kExitOk : kExitNo);
+                       works && findings.ExtrasAreOk() ? kExitOk : kExitNo);
 }
 
 }  // namespace
