@@ -2,9 +2,9 @@
 #include "commands/gallery.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -138,7 +138,8 @@ int Show(const Report& report, const Options& options) {
 }
 
 int Remove(const Report& report, const Options& options) {
-  GalleryFile gallery(options.gallery, GalleryFile::kWrites);
+  // Which takes a change, but makes no file.
+  GalleryFile gallery(options.gallery, GalleryFile::kReads);
   const int removed = gallery.Remove(options.id, options.finger);
   return report.Result({{"removed", removed}},
                        "removed " + Plural(static_cast<size_t>(removed)) + "\n",
@@ -190,30 +191,37 @@ class Lines {
   }
   ~Lines() {
     if (file_ != stdin) fclose(file_);
-    free(buffer_);
   }
   Lines(const Lines&) = delete;
   Lines& operator=(const Lines&) = delete;
 
   // Without its end. False after the last one.
   bool Next(std::string* line) {
-    const ssize_t length = getline(&buffer_, &room_, file_);
-    if (length < 0 && ferror(file_) != 0 && errno != EINTR) Refuse();
-    if (length < 0) return false;
-    line->assign(buffer_, static_cast<size_t>(length));
-    if (line->back() == '\n') line->pop_back();
+    if (fgets(buffer_.data(), kLongest, file_) == nullptr) {
+      if (ferror(file_) != 0 && errno != EINTR) Refuse();
+      return false;
+    }
+    *line = buffer_.data();
+    const bool ends = !line->empty() && line->back() == '\n';
+    is_whole_ = ends || feof(file_) != 0;
+    if (ends) line->pop_back();
     return true;
   }
+
+  // Not one that never ends, nor bytes that are no text.
+  bool IsWhole() const { return is_whole_; }
 
  private:
   [[noreturn]] void Refuse() const {
     throw SystemFailure("read", path_, "name another file", kExitUsage);
   }
 
+  static constexpr int kLongest = 65536;
+
   const std::string path_;
   FILE* const file_;
-  char* buffer_ = nullptr;
-  size_t room_ = 0;
+  std::array<char, kLongest> buffer_;
+  bool is_whole_ = true;
 };
 
 std::vector<GalleryEntry> ReadEntries(const std::string& path) {
@@ -221,8 +229,9 @@ std::vector<GalleryEntry> ReadEntries(const std::string& path) {
   Lines lines(path);
   std::vector<GalleryEntry> entries;
   for (std::string line; lines.Next(&line); work.Done(entries.size())) {
-    std::string problem;
-    entries.push_back(ParseLine(line, &problem));
+    std::string problem = "is no line of text, or too long";
+    entries.emplace_back();
+    if (lines.IsWhole()) entries.back() = ParseLine(line, &problem);
     if (!problem.empty()) {
       throw UsageFailure(
           "line " + std::to_string(entries.size()) + ": " + problem,
@@ -241,11 +250,22 @@ int Import(const Report& report, const Options& options) {
                        "added " + Plural(entries.size()) + "\n");
 }
 
+// As JSON has it, which would not say such a text as it is.
+bool IsUtf8(const std::string& text) {
+  try {
+    Json(text).dump();
+    return true;
+  } catch (const Json::exception&) {
+    return false;
+  }
+}
+
 }  // namespace
 
-// Ids and fingers are printed with tabs between them, a line each.
+// Ids and fingers are printed with tabs between them, a line each, or in JSON.
 std::string ProblemOfName(const std::string& name) {
   if (name.empty()) return "is empty";
+  if (!IsUtf8(name)) return "is not UTF-8";
   const auto steers = [](unsigned char c) { return c < ' ' || c == 0x7F; };
   return std::any_of(name.begin(), name.end(), steers)
              ? "has a tab, a line's end or another control character"

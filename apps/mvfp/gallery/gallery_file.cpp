@@ -101,7 +101,7 @@ void GalleryFile::Open() {
   const int code =
       sqlite3_open_v2(path_.c_str(), &database, SQLITE_OPEN_READWRITE, nullptr);
   database_.reset(database);
-  if (code != SQLITE_OK) Refuse(sqlite3_errstr(code));
+  if (code != SQLITE_OK) Refuse(code, sqlite3_errstr(code));
   sqlite3_busy_timeout(database, kPatienceMs);
 }
 
@@ -117,7 +117,8 @@ void GalleryFile::MakeOrCheckSchema(Access access) {
   if (found == 0 && !has_table && access == kWrites) {
     for (const char* const sql : kSchema) Run(sql);
   } else if (found != kSchemaVersion || !has_table) {
-    Refuse(found > kSchemaVersion ? "made by a newer mvfp" : "not a gallery");
+    Refuse(SQLITE_NOTADB,
+           found > kSchemaVersion ? "made by a newer mvfp" : "not a gallery");
   }
   if (access == kWrites) Run("COMMIT");
 }
@@ -194,10 +195,8 @@ int GalleryFile::Remove(const std::string& id, const std::string& finger) {
 GalleryFile::Statement GalleryFile::Prepare(
     const char* sql, const std::vector<std::string>& texts) const {
   sqlite3_stmt* made = nullptr;
-  if (sqlite3_prepare_v2(database_.get(), sql, -1, &made, nullptr) !=
-      SQLITE_OK) {
-    Refuse(sqlite3_errmsg(database_.get()));
-  }
+  const int code = sqlite3_prepare_v2(database_.get(), sql, -1, &made, nullptr);
+  if (code != SQLITE_OK) Refuse(code, sqlite3_errmsg(database_.get()));
   BindTexts(made, texts);
   return Statement(made);
 }
@@ -206,13 +205,15 @@ GalleryFile::Statement GalleryFile::Prepare(
 bool GalleryFile::Step(sqlite3_stmt* statement) const {
   const int code = sqlite3_step(statement);
   if (code != SQLITE_ROW && code != SQLITE_DONE) {
-    Refuse(sqlite3_errmsg(database_.get()));
+    Refuse(code, sqlite3_errmsg(database_.get()));
   }
   return code == SQLITE_ROW;
 }
 
-void GalleryFile::Refuse(const std::string& why) const {
-  throw Failure{"the gallery " + path_ + ": " + why, kOtherFile, kExitFailed};
+void GalleryFile::Refuse(int code, const std::string& why) const {
+  const bool is_another = code == SQLITE_NOTADB || code == SQLITE_CANTOPEN;
+  throw Failure{"the gallery " + path_ + ": " + why, kOtherFile,
+                is_another ? kExitUsage : kExitFailed};
 }
 
 }  // namespace corvex::mvfp

@@ -65,7 +65,7 @@ class GalleryFile {
   void CheckRecord(const GalleryEntry& entry) const;
   bool Step(sqlite3_stmt* statement) const;
   void Run(const char* sql) const { Step(Prepare(sql, {}).get()); }
-  [[noreturn]] void Refuse(const std::string& why) const;
+  [[noreturn]] void Refuse(int code, const std::string& why) const;
 
   std::string path_;
   std::unique_ptr<sqlite3, Close> database_;
