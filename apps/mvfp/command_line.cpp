@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <nlohmann/json.hpp>
 
 #include "calls/device_call.h"
 
@@ -29,17 +30,13 @@ const CLI::App* LastOf(const CLI::App* app) {
   return app;
 }
 
-// "--port, --box": what may follow, with commas.
-std::string Names(const CLI::App& app) {
+// "--port, --box": the names of commands or options, with commas.
+template <typename Items>
+std::string Names(const Items& items) {
   std::string names;
-  const auto add = [&](const std::string& name) {
-    names += (names.empty() ? "" : ", ") + name;
-  };
-  for (const CLI::App* command : app.get_subcommands({})) {
-    add(command->get_name());
+  for (const auto* item : items) {
+    names += (names.empty() ? "" : ", ") + item->get_name();
   }
-  if (!names.empty()) return names;
-  for (const CLI::Option* option : app.get_options()) add(option->get_name());
   return names;
 }
 
@@ -58,7 +55,8 @@ std::string UnknownCommand(const CLI::App& top,
         commands.begin(), commands.end(),
         [&](const CLI::App* command) { return command->get_name() == word; });
     if (found == commands.end()) {
-      return *path + " has no command \"" + word + "\"; it has " + Names(*app);
+      return *path + " has no command \"" + word + "\"; it has " +
+             Names(commands);
     }
     app = *found;
     *path += " " + word;
@@ -69,14 +67,16 @@ std::string UnknownCommand(const CLI::App& top,
 std::string WhatIsWrong(const CLI::App& top, const CLI::ParseError& error) {
   const CLI::App* const app = LastOf(&top);
   const std::vector<std::string> extras = top.remaining(true);
+  // Before what it left undone: it may be meant for what is missing.
+  if (!extras.empty() && extras.front().rfind('-', 0) == 0) {
+    return "no option " + extras.front() +
+           "; the options: " + Names(app->get_options());
+  }
   const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
   if (extras.empty() || code != CLI::ExitCodes::ExtrasError) {
     return app->get_subcommands({}).empty() ? error.what() : "no command given";
   }
-  if (extras.front().rfind('-', 0) != 0) {
-    return "one argument too many: \"" + extras.front() + "\"";
-  }
-  return "no option " + extras.front() + "; the options: " + Names(*app);
+  return "one argument too many: \"" + extras.front() + "\"";
 }
 
 // "mvfp help log" asks for what "mvfp log --help" prints.
@@ -177,7 +177,8 @@ int CommandLine::Run(int argc, char** argv) {
     // The library takes them from the end.
     app_->parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& request) {
-    return app_->exit(request);
+    app_->exit(request);
+    return Report("", false).Result(Json(), "");
   } catch (const CLI::ParseError& error) {
     return refuse(PathOf(app_.get()), WhatIsWrong(*app_, error));
   }

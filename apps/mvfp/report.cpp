@@ -13,7 +13,7 @@ namespace {
 
 bool Write(const std::string& text) {
   return fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-         fflush(stdout) == 0;
+         fflush(stdout) == 0 && ferror(stdout) == 0;
 }
 
 int SayUnwritable() {
