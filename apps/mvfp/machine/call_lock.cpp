@@ -19,35 +19,50 @@
 namespace corvex::mvfp {
 namespace {
 
-// Who took the lock, from what the kernel says of locks:
+// Who took the lock of a file, from what the kernel says of locks:
 // "1: FLOCK ADVISORY WRITE 12 00:2b:5 0 EOF". Locks of other kinds do not keep
 // a call out, and an arrow before the kind marks those who wait.
-std::optional<pid_t> TakerIn(const std::string& path) {
-  struct stat status {};
-  if (stat(kCallLockPath, &status) != 0) return std::nullopt;
-  std::array<char, 64> file{};
-  snprintf(file.data(), file.size(), "%02x:%02x:%lu", major(status.st_dev),
-           minor(status.st_dev), status.st_ino);
-  const auto found = FindPattern(
-      ReadText(path), std::string(": FLOCK .* ([0-9]+) ") + file.data() + " ");
+std::optional<pid_t> TakerIn(const std::string& path, const std::string& file) {
+  const auto found =
+      FindPattern(ReadText(path), ": FLOCK .* ([0-9]+) " + file + " ");
   if (found.empty()) return std::nullopt;
   return atoi(found[1].c_str());
+}
+
+// Of all locks, that of this file. A file of several layers, as containers have
+// them, has another number there, and is not found.
+std::optional<pid_t> TakerOf(const struct stat& lock) {
+  std::array<char, 64> file{};
+  snprintf(file.data(), file.size(), "%02x:%02x:%lu", major(lock.st_dev),
+           minor(lock.st_dev), lock.st_ino);
+  return TakerIn("/proc/locks", file.data());
+}
+
+bool IsFile(const std::string& path, const struct stat& file) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && status.st_dev == file.st_dev &&
+         status.st_ino == file.st_ino;
 }
 
 // A process that has the lock: the one that took it, else one that got it from
 // there. Null when this user may not see any.
 const Process* FindHolder(const Processes& processes, pid_t* taker) {
   const Process* holder = nullptr;
+  struct stat lock {};
+  stat(kCallLockPath, &lock);
   for (const Process& process : processes) {
-    for (const std::string& info : Descriptors(process, "fdinfo")) {
-      const auto found = TakerIn(info);
+    for (const std::string& path : Descriptors(process, "fd")) {
+      if (!IsFile(path, lock)) continue;
+      const std::string number = path.substr(path.rfind('/') + 1);
+      const auto found =
+          TakerIn(process.Entry("fdinfo/") + number, "[0-9a-f:]+");
       if (!found) continue;
       *taker = *found;
       if (holder == nullptr || process.id == *taker) holder = &process;
     }
   }
   if (holder != nullptr) return holder;
-  *taker = TakerIn("/proc/locks").value_or(0);
+  *taker = TakerOf(lock).value_or(0);
   return FindProcess(
       processes, [&](const Process& process) { return process.id == *taker; });
 }
@@ -99,6 +114,9 @@ int TryCallLock() {
   return 0;
 }
 
-bool IsCallLockHeld() { return TakerIn("/proc/locks").has_value(); }
+bool IsCallLockHeld() {
+  struct stat lock {};
+  return stat(kCallLockPath, &lock) == 0 && TakerOf(lock).has_value();
+}
 
 }  // namespace corvex::mvfp
