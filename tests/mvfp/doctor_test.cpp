@@ -75,6 +75,11 @@ const Scene kScenes[] = {
      "ln -s /bin/sleep /tmp/site/cx_capdlg; mvfp doctor --window; "
      "pgrep cx_capdlg",
      "ok      window  shown for a moment\n"},
+    {"WindowHasNoMemory",
+     "echo 0 >/proc/sys/kernel/shmmni || exit 77; ln -s /bin/sleep "
+     "/tmp/site/cx_capdlg; mvfp doctor --window",
+     "no memory to share with it: No space left on device" MEND
+     "ipcs -m; ipcs -ml\n"},
     {"WindowIsMissing",
      "mvfp doctor --window | grep -A 1 window; "
      "mvfp doctor --window >/dev/null; echo $?",
@@ -86,6 +91,10 @@ const Scene kScenes[] = {
      "echo \" $ edit it\"' >/tmp/mvfp-web; chmod 755 /tmp/mvfp-web; "
      "/tmp/a doctor --web",
      "note    page    none" MEND "edit it\n"},
+    {"WebServiceHasBadSettings",
+     "cp $(which mvfp) /tmp/a; cp /bin/false /tmp/mvfp-web; /tmp/a doctor "
+     "--web",
+     "note    web     the service tried nothing" MEND "mvfp-web --check\n"},
     {"LibraryCompares", "mvfp doctor --library",
      "ok      library /tmp/site/libAlgoOrva64.so\n"},
     {"PartOfALibrary",

@@ -91,7 +91,9 @@ bool MakeLog(const std::string& path) {
 int On(const Report& report, const NoOptions& /*options*/) {
   const std::string path = DayLogPath();
   const bool was_on = IsOn(path);
-  if (!was_on && !MakeLog(path)) throw CannotDo("make", path);
+  if (!was_on && !MakeLog(path)) {
+    throw SystemFailure("make", path, "see what /tmp is: findmnt -T /tmp");
+  }
   if (access(path.c_str(), W_OK) != 0) throw CannotDo("write", path);
   return PrintState(report, true, !was_on, path);
 }

@@ -28,6 +28,10 @@ std::vector<Finding> TryWeb() {
       findings.push_back({first == kOk ? kOk : kNote, second, rest, ""});
     }
   }
+  // Bad settings end it before it tries anything.
+  if (findings.empty()) {
+    return {{kNote, "web", "the service tried nothing", "mvfp-web --check"}};
+  }
   return findings;
 }
 

@@ -1,7 +1,10 @@
 #include <cx_capdlg_lib.h>
 #include <gnu/libc-version.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
@@ -27,6 +30,12 @@ constexpr char kLibrary[] = "2.36";
 std::string Package() {
   const bool is_older = strverscmp(gnu_get_libc_version(), kLibrary) < 0;
   return std::string("mv-fpi-prompt") + (is_older ? "-qt5" : "");
+}
+
+// What the driver and the window talk through.
+bool IsMemoryShared() {
+  const int memory = shmget(IPC_PRIVATE, 1, IPC_CREAT | S_IRUSR | S_IWUSR);
+  return memory >= 0 && shmctl(memory, IPC_RMID, nullptr) == 0;
 }
 
 // "" when the window's program came up and stayed.
@@ -63,7 +72,12 @@ Finding TryWindow() {
   }
   if (OutputOf("command -v pgrep").empty()) {
     return {kNote, "window", "pgrep is missing, by which the driver finds it",
-            AsRoot("apt-get install procps")};
+            AsRoot("apt-get install --reinstall procps")};
+  }
+  if (!IsMemoryShared()) {
+    return {kNote, "window",
+            std::string("no memory to share with it: ") + strerror(errno),
+            "ipcs -m; ipcs -ml"};
   }
   const std::string why =
       (trial.ended ? trial.text : "showing it " + trial.text) +
