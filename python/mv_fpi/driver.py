@@ -278,7 +278,7 @@ def _port_name(port: Port) -> str:
     """The driver takes names below /dev, and people write paths."""
     path = os.fspath(port)
     name = path[len("/dev/"):] if path.startswith("/dev/") else path
-    if name.startswith("/"):
+    if not name or name.startswith("/"):
         raise ValueError(f'"{path}" names no port below /dev')
     return name
 

@@ -92,7 +92,7 @@ class WorkerDriver(Driver):
         with PortKeeper(port) as keeper:
             try:
                 _send(process, name, arguments)
-                return self._answer(process, name)
+                return self._answer(process, f"{name} on {port}" if port else name)
             except BaseException:
                 try:
                     _freeze(process)
@@ -102,19 +102,21 @@ class WorkerDriver(Driver):
                     self._end()
                 raise
 
-    def _answer(self, process: _Process, name: str) -> Any:
+    def _answer(self, process: _Process, what: str) -> Any:
         assert process.stdout is not None
         answered = select.poll()
         answered.register(process.stdout)
         limit_s = self.deadline_s
-        if not answered.poll(None if limit_s is None else limit_s * 1000):
-            raise DeadlineError(f"{name}: no answer within {limit_s} s")
+        # A negative limit would be none.
+        limit_ms = None if limit_s is None else max(0, limit_s * 1000)
+        if not answered.poll(limit_ms):
+            raise DeadlineError(f"{what}: no answer within {limit_s} s")
         try:
             return pickle.load(process.stdout)
         except EOFError:
             code = process.wait()
             why = signal.strsignal(-code) if code < 0 else f"exit {code}"
-            raise WorkerError(f"{name}: its process ended: {why}") from None
+            raise WorkerError(f"{what}: its process ended: {why}") from None
 
     def _running(self) -> _Process:
         if self._process is not None and self._process.poll() is None:

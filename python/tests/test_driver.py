@@ -85,6 +85,7 @@ class Calls(unittest.TestCase):
         self.assertRaises(ValueError, driver.score, "EgAA\0", "EgAA")
         self.assertRaises(OverflowError, driver.capture, "x", 2**32 + 1)
         self.assertRaises(ValueError, driver.version, "/tmp/ttyUSB0")
+        self.assertRaises(ValueError, driver.version, "/dev/")
         with self.assertRaisesRegex(mv_fpi.RecordError, "second record: not"):
             driver.matches("EgAA", "EgA\nA", 3)
 
@@ -109,7 +110,8 @@ class Calls(unittest.TestCase):
             thread.join()
             self.assertFalse(held())
             worker.deadline_s = 1
-            with self.assertRaisesRegex(mv_fpi.DeadlineError, "FG_GetFeature"):
+            what = "FG_GetFeature on " + port
+            with self.assertRaisesRegex(mv_fpi.DeadlineError, what):
                 worker.capture(port, 600)
             worker.deadline_s = None
             self.assertEqual("A1", worker.serial_number(port))

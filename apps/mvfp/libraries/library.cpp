@@ -13,8 +13,9 @@ void* Library::Find(const char* name) const {
   void* const library = dlopen(file, RTLD_NOW);
   void* const found = library == nullptr ? nullptr : dlsym(library, name);
   if (found != nullptr) return found;
-  throw Failure{std::string(use) + ": " + dlerror(),
-                std::string("install it: sudo apt-get install ") + package};
+  throw Failure{
+      std::string(use) + ": " + dlerror(),
+      "install it: " + AsRoot(std::string("apt-get install ") + package)};
 }
 
 }  // namespace corvex::mvfp
