@@ -49,7 +49,7 @@ void AddOptions(CLI::App* app, Settings* settings, Given* given) {
   app->set_config("--config", kConfig, "Configuration file");
   app->allow_config_extras(CLI::config_extras_mode::error);
   app->add_option("--allow-origin", given->origins,
-                  "Serve pages of this origin, such as https://bank.example")
+                  "Serve pages of this origin, see below")
       ->check(TroubleWithOrigin)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->type_name("ORIGIN");
@@ -61,12 +61,11 @@ void AddOptions(CLI::App* app, Settings* settings, Given* given) {
       ->envname("MVFP_PORT")
       ->type_name("PORT");
   app->add_option("--box", given->box,
-                  "Branch of the switch box before the reader: A, B, C or K")
+                  "Branch of the switch box before the reader")
       ->check(CLI::IsMember({"A", "B", "C", "K"}))
       ->type_name("LETTER");
   app->add_flag("--check", settings->check,
-                "Start nothing; knock at the running service as the listed "
-                "pages would");
+                "Start nothing; knock at the running service");
   app->add_option("--gallery", given->gallery,
                   "Let pages search this gallery of mvfp")
       ->type_name("FILE");

@@ -44,7 +44,10 @@ struct Config {
 
 constexpr char kFooter[] = R"(
 The port's name is printed on one line of standard output when the reader can
-be used; it is the name below /dev that the driver's functions take.
+be used; it is the name below /dev that the driver's functions take. Every
+capture of the finger of --auto-press is a new impression of it. A file of
+--records has a record a line, in hexadecimal or Base64, or four columns with
+tabs between them: database, finger, impression, record.
 
 Examples:
   mvfp-vreader --auto-press 1       finger 1 lies on the sensor for ever
@@ -73,16 +76,13 @@ void AddOptions(CLI::App* app, Config* config) {
       ->capture_default_str()
       ->check(CLI::Range(0, 4000000));
   app->add_option("--records", config->records_path,
-                  "Fingers from a file, instead of synthetic ones: a record a "
-                  "line in hexadecimal or Base64, or the four columns "
-                  "database, finger, impression, record between tabs")
+                  "Fingers from a file, instead of synthetic ones")
       ->type_name("FILE");
   app->add_option("--script", config->script_path,
                   "What happens to the reader; - for standard input")
       ->type_name("FILE|-");
   app->add_option("--auto-press", config->auto_press,
-                  "Before the script: this finger lies on the sensor, every "
-                  "capture is a new impression of it")
+                  "Which finger lies on the sensor at first")
       ->type_name("FINGER");
   app->add_option("--trace", config->trace_path,
                   "Write all traffic to a file, or to standard error")

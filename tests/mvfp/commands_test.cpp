@@ -177,6 +177,10 @@ const Situation kSituations[] = {
      "    3           36         0          0         0 to 12.5      0 of 5\n"
      "3",
      "drew /tmp/r.svg"},
+    {"HelpFitsATerminal", "",
+     "for command in '' enroll verify gallery 'gallery calibrate' doctor; do "
+     "mvfp $command --help; done | awk 'length > 80'",
+     0, "", ""},
     {"MeaningByNames", "", "mvfp explain FG_ERR_BUSY commcall | head -n 1", 0,
      "-14 FG_ERR_BUSY", ""},
     {"PageOfTheDocumentation", "",

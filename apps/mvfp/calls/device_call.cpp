@@ -239,9 +239,7 @@ void AddPortOption(const Arguments& arguments, std::string* port) {
 }
 
 void AddBoxOption(const Arguments& arguments, std::string* box) {
-  arguments
-      .Text("--box", box,
-            "Branch of the switch box before the reader: A, B, C or K")
+  arguments.Text("--box", box, "Branch of the switch box before the reader")
       .OneOf({"A", "B", "C", "K"})
       .Named("LETTER");
 }

@@ -168,7 +168,7 @@ void AddCalibrate(CommandLine* line, CLI::App* gallery) {
   const auto [arguments, options] = line->Add(kHelp, RunCalibrate, gallery);
   arguments
       .Text("--picture", &options->picture,
-            "Draw both rates over the score: NAME.svg or NAME.png")
+            "Draw both rates by score: NAME.svg or NAME.png")
       .Named("FILE");
   AddGalleryOption(arguments, &options->gallery);
 }

@@ -53,7 +53,8 @@ class Progress {
       if (TellsOfRecord(line, worker)) ++taken_;
     }
     const long left_s = std::max(0L, timeout_s_ - elapsed_ms / 1000);
-    line_.Show(Prompt() + " (" + std::to_string(left_s) + " s left)");
+    // First, for a narrow terminal cuts the end off.
+    line_.Show(std::to_string(left_s) + " s left: " + Prompt());
   }
 
  private:

@@ -216,7 +216,7 @@ void AddDoctor(CommandLine* line) {
   arguments.Flag("--library", &options->library,
                  "Compare with the algorithm library");
   arguments.Flag("--web", &options->web,
-                 "Knock at the service for web pages as a browser does");
+                 "Knock at the web service as a browser does");
 }
 
 }  // namespace corvex::mvfp

@@ -21,8 +21,8 @@ namespace {
 
 constexpr Help kGallery = {
     "gallery", "Keep the records of this site's people",
-    R"(The gallery is an SQLite file: --gallery FILE, or MVFP_GALLERY, or a file in your
-data directory. Only its owner may read it. mvfp identify searches it.
+    R"(The gallery is an SQLite file: --gallery FILE, or MVFP_GALLERY, or a file in
+your data directory. Only its owner may read it. mvfp identify searches it.
 
 Examples:
   mvfp gallery add anna.template --id T1007 --finger right-index

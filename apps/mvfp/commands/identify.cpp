@@ -24,7 +24,7 @@ Examples:
   mvfp identify --record door.feature --json
 )"};
 constexpr Help kVerify = {
-    "verify", "Wait for a press and compare it with one person's fingers",
+    "verify", "Compare a press with one person's fingers",
     R"(Prints what identify prints; exit 0, or 1 when it is another finger.
 
 Examples:

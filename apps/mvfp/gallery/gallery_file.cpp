@@ -67,7 +67,7 @@ std::string Column(sqlite3_stmt* row, int column) {
 Argument AddGalleryOption(const Arguments& arguments, std::string* path) {
   return arguments
       .Text("-g,--gallery", path,
-            "The gallery's file [MVFP_GALLERY, else in your data directory]")
+            "The gallery's file [see mvfp gallery --help]")
       .Checked([](const std::string& given) {
         return std::string(given.empty() ? "names no file" : "");
       })
