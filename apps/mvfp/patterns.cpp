@@ -6,8 +6,9 @@ namespace corvex::mvfp {
 
 std::vector<std::string> FindPattern(const std::string& text,
                                      const std::string& pattern) {
+  // Older libraries leave something in `found` where nothing is found.
   std::smatch found;
-  std::regex_search(text, found, std::regex(pattern));
+  if (!std::regex_search(text, found, std::regex(pattern))) return {};
   return {found.begin(), found.end()};
 }
 
